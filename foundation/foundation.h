@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#ifndef ZORVEX_FOUNDATION_FOUNDATION_H
+#define ZORVEX_FOUNDATION_FOUNDATION_H
+
+/// The whole foundation library. Conventions of all its headers:
+///
+/// Names: classes and functions begin with L. Nothing is in a namespace.
+///
+/// Failures: told by the return value (false, null, 0, a small result code, or the default the
+/// caller gave). Nothing throws and nothing is logged.
+///
+/// Time: durations and timeouts are unsigned milliseconds; 4294967295 means no limit wherever a
+/// wait is made of events.
+///
+/// Text: UTF-8 unless a name says otherwise. A function that writes into a `char*` without a size
+/// needs room for 260 bytes and cuts longer results.
+///
+/// Ownership: an object owns what it allocates and frees it in its destructor. Classes named "Ref"
+/// are views and own nothing. Pointers and references handed in are borrowed for the call.
+///
+/// Threads: free functions may be called from any thread. An object is for one thread at a time
+/// unless its description says more.
+
+#include <zorvex/foundation/export.h>
+#include <zorvex/foundation/threads/lockobject.h>
+#include <zorvex/foundation/threads/signalobject.h>
+#include <zorvex/foundation/threads/systemlock.h>
+
+#endif  // ZORVEX_FOUNDATION_FOUNDATION_H

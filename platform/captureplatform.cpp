@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#include "platform/captureplatform.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "platform/devicelist.h"
+#include "platform/gstreamer/gstreamerplatform.h"
+#include "platform/simulated/simulatedprovider.h"
+
+namespace {
+
+std::string_view Environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value ? value : "";
+}
+
+/// The one table of backends. ZORVEX_DEVICES chooses: "system" (also when it is not set or says
+/// anything else) lists real devices, "simulated" those that need no hardware, "all" both.
+std::vector<std::unique_ptr<DeviceProvider>> Providers() {
+  const std::string_view wanted = Environment("ZORVEX_DEVICES");
+  std::vector<std::unique_ptr<DeviceProvider>> providers;
+  if (!gstreamer::Initialise()) return providers;
+  if (wanted != "simulated") providers.push_back(gstreamer::NewV4L2Provider());
+  if (wanted == "simulated" || wanted == "all") {
+    providers.push_back(NewSimulatedProvider(Environment("ZORVEX_SIMULATED")));
+  }
+  return providers;
+}
+
+/// The platform of this system. Nothing of it exists before it is asked for devices or sessions.
+class SystemPlatform final : public CapturePlatform {
+ public:
+  /// Nothing so far captures sound, so there is no class for it.
+  bool HasClass(const char*) const override { return false; }
+
+  std::vector<Retained<QTCaptureDevice>> InputDevices() override {
+    // Never freed: devices may be in use by threads of the platform until the process is gone.
+    static DeviceList* const list = new DeviceList(Providers());
+    return list->Devices();
+  }
+
+  Retained<QTCaptureSession> NewSession() override { return gstreamer::NewSession(); }
+  Retained<QTCaptureDeviceInput> NewDeviceInput(QTCaptureDevice* device) override {
+    return gstreamer::NewDeviceInput(device);
+  }
+  Retained<QTCaptureDecompressedVideoOutput> NewDecompressedVideoOutput() override {
+    return gstreamer::NewDecompressedVideoOutput();
+  }
+  Retained<QTCaptureMovieFileOutput> NewMovieFileOutput() override {
+    return gstreamer::NewMovieFileOutput();
+  }
+};
+
+std::atomic<CapturePlatform*> installed = nullptr;
+
+}  // namespace
+
+CapturePlatform& CapturePlatform::Current() {
+  if (CapturePlatform* platform = installed.load(std::memory_order_acquire)) return *platform;
+  static SystemPlatform* const system = new SystemPlatform;
+  return *system;
+}
+
+void CapturePlatform::Install(CapturePlatform* platform) {
+  installed.store(platform, std::memory_order_release);
+}

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: MIT
+#ifndef ZORVEX_CAPTURE_ZORVEXDEVICE_H
+#define ZORVEX_CAPTURE_ZORVEXDEVICE_H
+
+/// \file
+/// The device slots behind the handles of <zorvex/zorvex.h>, for hosts that want the platform's
+/// device objects too. The letters in front of the names of fields: sz is text with a terminating
+/// zero in a fixed array, p a reference to an object, n a number, b a truth value.
+
+#include <atomic>
+#include <cstdint>
+
+#include <zorvex/capture/slotfield.h>
+#include <zorvex/capture/zorvex.h>
+#include <zorvex/foundation/export.h>
+#include <zorvex/platform/captureplatform.h>
+
+class ZRVXDeviceDecompressedVideoOutputDelegate;
+
+/// Receives the name and the platform's object of each device; true goes on, false ends the walk.
+class IZRVXDeviceEnumeratorEx {
+ public:
+  virtual bool OnDevice(char const* name, QTCaptureDevice* device) = 0;
+
+ protected:
+  ~IZRVXDeviceEnumeratorEx() = default;
+};
+
+/// Passes on the names of the devices that a host asked for.
+class ZORVEX_API ZRVXDeviceEnumeratorExWrapper final : public IZRVXDeviceEnumeratorEx {
+ public:
+  /// Bit 0 of `flags` lets devices through that are not connected; the other bits have no meaning.
+  ZRVXDeviceEnumeratorExWrapper(IZRVXDeviceEnumerator* enumerator, ZRVXDeviceMediaType mediaType,
+                                unsigned int flags);
+  bool OnDevice(char const* name, QTCaptureDevice* device) override;
+
+ private:
+  IZRVXDeviceEnumerator* pEnumerator;
+  ZRVXDeviceMediaType MediaType;
+  unsigned int nFlags;
+};
+
+/// Finds the first device of a name, compared without regard to case, that qualifies for a kind of
+/// media, connected or not.
+class ZORVEX_API ZRVXDeviceFinder final : public IZRVXDeviceEnumeratorEx {
+ public:
+  /// Keeps `name`, which must outlive it.
+  ZRVXDeviceFinder(char const* name, ZRVXDeviceMediaType mediaType);
+  bool OnDevice(char const* name, QTCaptureDevice* device) override;
+  /// The device found, or none.
+  const Retained<QTCaptureDevice>& Found() const { return pFound; }
+
+ private:
+  char const* szWanted;
+  ZRVXDeviceMediaType MediaType;
+  Retained<QTCaptureDevice> pFound;
+};
+
+/// One slot of the device table. The operations are those of the exported functions of the same
+/// name, where their contracts stand.
+///
+/// A slot is free (empty name), created (name and device, count 0), held (count 1 or more) or
+/// capturing (its session runs), and becomes free again when the count falls from 1 to 0 while no
+/// session runs:
+///
+///     free -> created -> held <-> capturing
+///      ^--------------- held
+class ZORVEX_API ZRVXDevice {
+ public:
+  static ZRVXDevice* GetDevice(char const* name, ZRVXDeviceMediaType mediaType);
+  /// The slot of a handle; none when it is not the address of a slot in use.
+  static ZRVXDevice* GetDevice(unsigned long handle);
+  /// The device of a handle, owned by its slot; none as above.
+  static QTCaptureDevice* GetQTDevice(unsigned long handle);
+  /// The slot of that name and kind, or a fresh one with count 0; none when no device matches or no
+  /// slot is free. The caller holds the registry's lock.
+  static ZRVXDevice* CreateDevice(char const* name, ZRVXDeviceMediaType mediaType);
+  static void Enumerate(IZRVXDeviceEnumeratorEx* enumerator);
+  static bool HasMediaType(QTCaptureDevice* device, ZRVXDeviceMediaType mediaType);
+  static bool IsMediaTypeSupported(ZRVXDeviceMediaType mediaType);
+  static bool HasUsedDevices();
+  static bool DumpUsedDevices();
+
+  /// Empties the slot, unless its session runs.
+  void Clear();
+  void Retain();
+  void Release();
+
+  bool Open();
+  bool Close();
+  bool IsOpened() const;
+  bool IsConnected() const;
+  bool IsUsedByAnotherApplication() const;
+  bool HasMediaType(ZRVXDeviceMediaType mediaType) const;
+
+  bool StartCapture(ZRVXVideoCallBack videoCallBack, long videoCallBackData,
+                    unsigned int pixelFormat, unsigned long width, unsigned long height,
+                    ZRVXAudioCallBack audioCallBack, long audioCallBackData,
+                    unsigned int audioFormatFlags, unsigned long sampleRate, unsigned long channels,
+                    unsigned long bytesPerSample, char const* movieFile);
+  bool StopCapture();
+  bool StopRecording();
+  bool IsCapturing() const;
+  bool InvalidateCaptureVideoCallBack(ZRVXVideoCallBack callBack, long data);
+  bool GetSMPTETime(SMPTETime* timeCode) const;
+
+  /// Whether the platform has audio outputs; found out once, while the library loads. While it is
+  /// false no device qualifies as audio.
+  static bool bIsAudioRecordingSupported;
+
+ private:
+  ZORVEX_HIDDEN bool IsInUse() const;
+  ZORVEX_HIDDEN void Empty();
+  ZORVEX_HIDDEN bool AttachDevice(QTCaptureSession& session);
+  ZORVEX_HIDDEN bool AttachVideo(QTCaptureSession& session, ZRVXVideoCallBack callBack, long data,
+                                 const CVPixelBufferAttributes& attributes);
+  ZORVEX_HIDDEN bool AttachMovie(QTCaptureSession& session, char const* movieFile);
+
+  char szName[260]{};             ///< as the host spelled it, cut to 259 bytes; empty: a free slot
+  char szAudioDeviceName[260]{};  ///< of a separate audio device; empty when none
+  SlotField<QTCaptureDevice> pDevice;
+  SlotField<QTCaptureDevice> pAudioDevice;      ///< separate audio device
+  SlotField<QTCaptureSession> pSession;         ///< made by the first capture
+  SlotField<QTCaptureDeviceInput> pVideoInput;  ///< of pDevice
+  SlotField<QTCaptureDeviceInput> pAudioInput;  ///< of pAudioDevice
+  SlotField<QTCaptureDecompressedVideoOutput> pVideoOutput;
+  SlotField<ZRVXDeviceDecompressedVideoOutputDelegate> pVideoDelegate;
+  SlotField<QTCaptureDecompressedAudioOutput> pAudioOutput;
+  SlotField<QTCaptureDecompressedAudioOutputDelegate> pAudioDelegate;
+  SlotField<QTCaptureMovieFileOutput> pMovieFileOutput;
+  std::atomic<std::int32_t> nRefCount;  ///< a negative value makes the slot unusable
+};
+
+#endif  // ZORVEX_CAPTURE_ZORVEXDEVICE_H

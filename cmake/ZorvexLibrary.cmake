@@ -1,0 +1,61 @@
+# libzorvex.so, the same objects as an archive for the unit tests, and what is installed.
+
+set(ZORVEX_LAYERS zorvex_foundation zorvex_platform zorvex_capture)
+
+add_library(zorvex SHARED)
+add_library(zorvex::zorvex ALIAS zorvex)
+set_target_properties(zorvex PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+# Types and threads outlive a dlclose, as GObject's types do; the code stays mapped for them.
+target_link_options(zorvex PRIVATE
+  -Wl,-z,nodelete -Wl,-z,defs -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/zorvex.map)
+if(ZORVEX_SANITIZE)
+  set_property(TARGET zorvex APPEND PROPERTY LINK_OPTIONS -Wl,-z,undefs)
+endif()
+set_property(TARGET zorvex APPEND PROPERTY LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/zorvex.map")
+target_include_directories(zorvex INTERFACE
+  "$<BUILD_INTERFACE:${ZORVEX_INCLUDE_ROOT}>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
+target_compile_features(zorvex INTERFACE cxx_std_20)
+
+add_library(zorvex_internal STATIC)
+target_link_libraries(zorvex_internal PUBLIC ${ZORVEX_LAYERS})
+target_link_libraries(zorvex PRIVATE ${ZORVEX_LAYERS})
+set_target_properties(zorvex zorvex_internal PROPERTIES LINKER_LANGUAGE CXX)
+
+# Installed: the two entry headers, and the headers they and the classes behind them include.
+install(TARGETS zorvex EXPORT zorvexTargets LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(FILES capture/zorvex.h foundation/foundation.h
+        DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/zorvex")
+set(ZORVEX_PUBLIC_HEADERS
+  capture/slotfield.h
+  capture/zorvex.h
+  capture/zorvexdevice.h
+  foundation/export.h
+  foundation/threads/lockobject.h
+  foundation/threads/signalobject.h
+  foundation/threads/systemlock.h
+  platform/captureplatform.h
+  platform/cvpixelbuffer.h
+  platform/nsobject.h
+  platform/qtcapturedevice.h
+  platform/qtcaptureoutput.h
+  platform/qtcapturesession.h
+  platform/qtsamplebuffer.h
+  platform/smptetime.h)
+foreach(header IN LISTS ZORVEX_PUBLIC_HEADERS)
+  get_filename_component(folder "${header}" DIRECTORY)
+  install(FILES "${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/zorvex/${folder}")
+endforeach()
+
+include(CMakePackageConfigHelpers)
+set(package "${CMAKE_INSTALL_LIBDIR}/cmake/zorvex")
+install(EXPORT zorvexTargets NAMESPACE zorvex:: DESTINATION "${package}" FILE zorvexTargets.cmake)
+configure_package_config_file(cmake/zorvexConfig.cmake.in "${PROJECT_BINARY_DIR}/zorvexConfig.cmake"
+                              INSTALL_DESTINATION "${package}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/zorvexConfigVersion.cmake"
+                                 COMPATIBILITY SameMinorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/zorvexConfig.cmake" "${PROJECT_BINARY_DIR}/zorvexConfigVersion.cmake"
+        DESTINATION "${package}")
+# The prefix is found from where the file is: an installed copy may stand anywhere.
+file(RELATIVE_PATH ZORVEX_PREFIX_FROM_PC "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+configure_file(cmake/zorvex.pc.in "${PROJECT_BINARY_DIR}/zorvex.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/zorvex.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

@@ -1,0 +1,299 @@
+// SPDX-License-Identifier: MIT
+#include "platform/simulated/simulatedsource.h"
+
+#include <gst/check/gsttestclock.h>
+#include <gst/video/video.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/gstreamer/gstpointer.h"
+#include "platform/gstreamer/pixelformats.h"
+#include "platform/gstreamer/sourcedevice.h"
+#include "platform/simulated/simulatedprovider.h"
+#include "tests/support/burntin.h"
+
+namespace {
+
+using std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+/// What came out of a source.
+struct Shown {
+  std::uint64_t number = GST_BUFFER_OFFSET_NONE;
+  GstClockTime time = 0;
+  bool isDiscontinuity = false;
+  std::string burntIn;
+  std::string timeCode;     ///< empty without one
+  std::vector<int> topRow;  ///< the bytes of the first line
+};
+
+class SimulatedSourceTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { gst_init(nullptr, nullptr); }
+  void TearDown() override { Stop(); }
+
+  /// Puts a source for the standard device as changed by an entry in a pipeline; its time stands
+  /// still except where a test moves it, unless it is the time of this world.
+  void Build(const std::string& entry, bool realTime = false, const char* between = "identity") {
+    Stop();
+    shown_.clear();
+    kept_.clear();
+    hardware_ = std::make_shared<SimulatedHardware>(
+        ParseSimulated(entry).devices.at(entry.starts_with("camera") ? 0 : 1));
+    pipeline_.reset(gst_pipeline_new(nullptr));
+    GstElement* source = NewSimulatedSource(hardware_);
+    GstElement* middle = gst_parse_bin_from_description(between, TRUE, nullptr);
+    GstElement* sink = gst_element_factory_make("fakesink", nullptr);
+    g_object_set(sink, "enable-last-sample", FALSE, nullptr);
+    gst_bin_add_many(AsBin(pipeline_.get()), source, middle, sink, nullptr);
+    ASSERT_TRUE(gst_element_link_many(source, middle, sink, nullptr));
+    const GstPointer<GstPad> pad(gst_element_get_static_pad(sink, "sink"));
+    gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, Take, this, nullptr);
+    clock_.reset();
+    if (realTime) return;
+    clock_.reset(GST_TEST_CLOCK(gst_test_clock_new_with_start_time(5 * GST_SECOND)));
+    gst_pipeline_use_clock(GST_PIPELINE(pipeline_.get()), GST_CLOCK(clock_.get()));
+  }
+
+  bool Play() {
+    return gst_element_set_state(pipeline_.get(), GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE;
+  }
+  void Stop() {
+    if (pipeline_) gst_element_set_state(pipeline_.get(), GST_STATE_NULL);
+  }
+
+  /// Lets the source come to its next wait and sets the time of that moment.
+  void SetTime(GstClockTime sinceStart) {
+    gst_test_clock_wait_for_next_pending_id(clock_.get(), nullptr);
+    gst_test_clock_set_time(clock_.get(), 5 * GST_SECOND + sinceStart);
+  }
+
+  /// The next frame, at the time that it is due or now when that has passed; none has no number.
+  Shown Next(std::chrono::milliseconds limit = 10s) {
+    if (clock_) gst_test_clock_crank(clock_.get());
+    std::unique_lock lock(mutex_);
+    if (!came_.wait_for(lock, limit, [&] { return !shown_.empty(); })) return {};
+    const Shown shown = shown_.front();
+    shown_.pop_front();
+    return shown;
+  }
+
+  /// The first message of the kind; null when none is waiting and none comes.
+  GstPointer<GstMessage> Message(GstMessageType type, GstClockTime limit = 10 * GST_SECOND) {
+    const GstPointer<GstBus> bus(gst_element_get_bus(pipeline_.get()));
+    return GstPointer<GstMessage>(gst_bus_timed_pop_filtered(bus.get(), limit, type));
+  }
+
+  void ExpectError(gint code) {
+    const GstPointer<GstMessage> message = Message(GST_MESSAGE_ERROR);
+    ASSERT_TRUE(message);
+    GError* error = nullptr;
+    gst_message_parse_error(message.get(), &error, nullptr);
+    const GstPointer<GError> owned(error);
+    EXPECT_TRUE(g_error_matches(error, GST_RESOURCE_ERROR, code)) << error->message;
+  }
+
+  std::shared_ptr<SimulatedHardware> hardware_;
+  GstPointer<GstElement> pipeline_;
+  GstPointer<GstTestClock> clock_;
+  bool keepsBuffers_ = false;
+
+ private:
+  // Frames are looked at where they come, on the streaming thread, and handed over under a lock
+  // that the thread sanitizer can see.
+  static GstPadProbeReturn Take(GstPad* pad, GstPadProbeInfo* probe, gpointer test) {
+    auto* self = static_cast<SimulatedSourceTest*>(test);
+    const GstPointer<GstCaps> caps(gst_pad_get_current_caps(pad));
+    GstBuffer* buffer = GST_PAD_PROBE_INFO_BUFFER(probe);
+    Shown shown{GST_BUFFER_OFFSET(buffer),
+                GST_BUFFER_PTS(buffer),
+                GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DISCONT),
+                "",
+                "",
+                {}};
+    if (const auto* meta = gst_buffer_get_video_time_code_meta(buffer)) {
+      gchar* text = gst_video_time_code_to_string(&meta->tc);
+      shown.timeCode = text;
+      g_free(text);
+    }
+    GstVideoInfo info;
+    GstVideoFrame frame;
+    if (gst_video_info_from_caps(&info, caps.get()) &&
+        gst_video_frame_map(&frame, &info, buffer, GST_MAP_READ)) {
+      const auto* pixels = static_cast<const unsigned char*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0));
+      const auto row = static_cast<std::size_t>(GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0));
+      shown.topRow.assign(pixels, pixels + row);
+      const SimulatedDescription& device = self->hardware_->Description();
+      shown.burntIn = ReadBurntIn(
+          {pixels, gstreamer::PixelFormatCode(info), static_cast<std::size_t>(info.width),
+           static_cast<std::size_t>(info.height), row},
+          static_cast<std::size_t>(device.width), static_cast<std::size_t>(device.height));
+      gst_video_frame_unmap(&frame);
+    }
+    const std::lock_guard lock(self->mutex_);
+    if (self->keepsBuffers_) self->kept_.emplace_back(gst_buffer_ref(buffer));
+    self->shown_.push_back(shown);
+    self->came_.notify_one();
+    return GST_PAD_PROBE_OK;
+  }
+
+  std::mutex mutex_;
+  std::condition_variable came_;
+  std::deque<Shown> shown_;
+  std::vector<GstPointer<GstBuffer>> kept_;
+};
+
+TEST_F(SimulatedSourceTest, FramesComeInEveryFormatWithTheSameColoursAtTheirTimes) {
+  // 162 pixels: rows that the stream pads.
+  for (const char* options :
+       {"rate=30", "rate=30000/1001,format=yuvs,size=162x42", "rate=240,format=BGRA",
+        "rate=7,format=y420,size=162x50", "rate=1,format=420v,size=162x42"}) {
+    Build(std::string("camera:size=320x240,") + options, false,
+          "videoconvert ! capsfilter caps=video/x-raw,format=BGRA,colorimetry=sRGB");
+    const FrameRate rate = hardware_->Description().rate;
+    ASSERT_TRUE(Play());
+    for (std::uint64_t number = 0; number < 5; ++number) {
+      const Shown shown = Next();
+      EXPECT_EQ(shown.number, number);
+      EXPECT_EQ(shown.burntIn, "00000" + std::to_string(number)) << options;
+      EXPECT_EQ(shown.time,
+                gst_util_uint64_scale(number * static_cast<guint64>(rate.denominator), GST_SECOND,
+                                      static_cast<guint64>(rate.numerator)));
+      EXPECT_EQ(gst_clock_get_time(GST_CLOCK(clock_.get())), 5 * GST_SECOND + shown.time)
+          << "not before it is due";
+      if (number > 0) continue;
+      const int colours[][4] = {{1, 0, 191, 191}, {3, 0, 191, 0}, {6, 191, 0, 0}};
+      for (const auto& bar : colours) {
+        const std::size_t at = shown.topRow.size() / 4 * (2 * std::size_t(bar[0]) + 1) / 16 * 4;
+        for (std::size_t i = 0; i < 3; ++i)
+          EXPECT_NEAR(shown.topRow.at(at + i), bar[i + 1], 8) << options << " bar " << bar[0];
+      }
+    }
+  }
+}
+
+TEST_F(SimulatedSourceTest, TimeCodesGoOnOverMinutesHoursDaysAndStops) {
+  const struct {
+    const char* options;
+    const char* first;
+    const char* later;  ///< the eighth
+  } cases[] = {
+      {"start=09:59:59:20", "09:59:59:20", "10:00:00:02"},
+      {"start=23:59:59:23,rate=24", "23:59:59:23", "00:00:00:06"},
+      {"start=01:00:59:25,rate=30000/1001,drop-frame=yes", "01:00:59;25", "01:01:00;04"},
+      {"start=01:09:59:25,rate=30000/1001,drop-frame=yes", "01:09:59;25", "01:10:00;02"},
+      {"start=23:59:59:29,rate=30000/1001,drop-frame=yes", "23:59:59;29", "00:00:00;06"},
+  };
+  for (const auto& [options, first, later] : cases) {
+    // A text stays readable when it is scaled.
+    Build(std::string("camcorder:") + options, false,
+          "videoconvertscale ! capsfilter caps=video/x-raw,format=BGRA,width=360,height=288");
+    std::string text;
+    for (std::uint64_t i = 0; i < 8; ++i) {
+      // A stop between any two frames loses none.
+      if (i % 3 == 0) {
+        Stop();
+        ASSERT_TRUE(Play());
+      }
+      const Shown shown = Next();
+      EXPECT_EQ(shown.number, i % 3);
+      EXPECT_EQ(shown.burntIn, shown.timeCode);
+      text = shown.timeCode;
+      EXPECT_TRUE(i > 0 || text == first) << text;
+    }
+    EXPECT_EQ(text, later);
+  }
+}
+
+TEST_F(SimulatedSourceTest, ALateConsumerGetsAFewFramesAndThenTheCurrentOne) {
+  Build("camera:size=320x240,rate=25");
+  constexpr GstClockTime kFrame = GST_SECOND / 25;
+  ASSERT_TRUE(Play());
+  EXPECT_EQ(Next().number, 0u);
+  SetTime(4 * kFrame);  // three behind
+  for (std::uint64_t number = 1; number <= 5; ++number) {
+    const Shown shown = Next();
+    EXPECT_EQ(shown.number, number);
+    EXPECT_FALSE(shown.isDiscontinuity);
+  }
+  EXPECT_FALSE(Message(GST_MESSAGE_QOS, 0));
+  SetTime(20 * kFrame + kFrame / 2);
+  EXPECT_EQ(Next().number, 6u) << "the one that was waiting already";
+  const Shown shown = Next();
+  EXPECT_EQ(shown.number, 20u);
+  EXPECT_EQ(shown.time, 20 * kFrame);
+  EXPECT_EQ(shown.burntIn, "000020");
+  EXPECT_TRUE(shown.isDiscontinuity);
+  const GstPointer<GstMessage> message = Message(GST_MESSAGE_QOS);
+  ASSERT_TRUE(message);
+  guint64 dropped = 0;
+  gst_message_parse_qos_stats(message.get(), nullptr, nullptr, &dropped);
+  EXPECT_EQ(dropped, 13u);
+  EXPECT_EQ(Next().number, 21u);
+}
+
+TEST_F(SimulatedSourceTest, AnUnpluggedDeviceFailsUntilItIsPluggedInAgain) {
+  for (const bool returns : {false, true}) {
+    Build(std::string("camera:size=320x240,unplug-after=2") + (returns ? ",replug-after=0" : ""));
+    ASSERT_TRUE(Play());
+    EXPECT_EQ(Next().number, 0u);
+    EXPECT_EQ(Next().number, 1u);
+    ExpectError(GST_RESOURCE_ERROR_READ);
+    EXPECT_EQ(hardware_->IsConnected(), returns);
+    Stop();
+    EXPECT_EQ(Play(), returns);
+    if (!returns) ExpectError(GST_RESOURCE_ERROR_NOT_FOUND);
+    for (std::uint64_t number = 0; returns && number < 4; ++number)
+      EXPECT_EQ(Next().number, number);
+  }
+}
+
+TEST_F(SimulatedSourceTest, ASourceThatWaitsStopsPromptlyAndStartsAgain) {
+  for (const bool keeps : {false, true}) {  // a device that stalls, a consumer that does
+    Build(keeps ? "camera:size=16x16,rate=240" : "camera:size=16x16,rate=100,stall-after=2", true);
+    keepsBuffers_ = keeps;
+    for (int run = 0; run < (keeps ? 1 : 2); ++run) {
+      ASSERT_TRUE(Play());
+      for (std::uint64_t number = 0; number < (keeps ? 32 : 2); ++number)
+        EXPECT_EQ(Next().number, number);
+      EXPECT_EQ(Next(100ms).number, GST_BUFFER_OFFSET_NONE);
+      const auto start = steady_clock::now();
+      Stop();
+      EXPECT_LT(steady_clock::now() - start, 2s);
+    }
+  }
+}
+
+TEST(SimulatedDevice, HasAnIdOfItsOwnAndActsOutItsFailures) {
+  gst_init(nullptr, nullptr);
+  const auto provider = NewSimulatedProvider(
+      "camera:name=Twin;camera:name=Twin,busy=yes;camcorder:name=Twin,open=refuse;"
+      "camera:name=Slow,open=hang,hang-for=0.05");
+  const auto devices = provider->Devices();
+  ASSERT_EQ(devices.size(), 6u);
+  std::set<std::string> ids;
+  for (std::size_t i = 0; i < devices.size(); ++i) {
+    auto& device = static_cast<SourceDevice&>(*devices[i]);
+    EXPECT_EQ(provider->Devices()[i].get(), &device);
+    ids.insert(device.UniqueID());
+    EXPECT_EQ(device.HasMediaType(QTMediaType::QTMediaTypeMuxed), i == 1 || i == 4);
+    EXPECT_EQ(device.HasMediaType(QTMediaType::QTMediaTypeVideo), i != 1 && i != 4);
+    EXPECT_EQ(device.IsInUseByAnotherApplication(), i == 3);
+    const bool opens = i != 3 && i != 4;
+    EXPECT_EQ(device.Open(), opens);
+    // The element is floating: the pointer takes it over.
+    const GstPointer<GstElement> source(device.BeginStreaming({}, {}).element);
+    EXPECT_EQ(source != nullptr, opens);
+  }
+  EXPECT_EQ(ids.size(), devices.size());
+  EXPECT_EQ(*ids.begin(), "simulated:camcorder:Simulated Camcorder") << "must never change";
+}
+
+}  // namespace

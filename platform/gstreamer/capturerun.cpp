@@ -225,20 +225,22 @@ void CaptureRun::WatchSource() {
   const GstPointer<GstPad> pad(gst_element_get_static_pad(last_, "src"));
   gst_pad_add_probe(
       pad.get(), GST_PAD_PROBE_TYPE_BUFFER,
-      [](GstPad* source, GstPadProbeInfo* info, gpointer self) {
-        auto* run = static_cast<CaptureRun*>(self);
-        const HandOver scope(run);
-        run->tap_->Push(GST_PAD_PROBE_INFO_BUFFER(info), source);
-        return GST_PAD_PROBE_OK;
-      },
-      this, nullptr);
-  gst_pad_add_probe(
-      pad.get(), GST_PAD_PROBE_TYPE_BUFFER,
       [](GstPad*, GstPadProbeInfo*, gpointer self) {
         auto* run = static_cast<CaptureRun*>(self);
         const HandOver scope(run);
         run->pipeline_.NoteFlow();
         return GST_PAD_PROBE_REMOVE;
+      },
+      this, nullptr);
+  // A recording that is added later gets a run of its own.
+  if (!isRecorded_) return;
+  gst_pad_add_probe(
+      pad.get(), GST_PAD_PROBE_TYPE_BUFFER,
+      [](GstPad* source, GstPadProbeInfo* info, gpointer self) {
+        auto* run = static_cast<CaptureRun*>(self);
+        const HandOver scope(run);
+        run->tap_->Push(GST_PAD_PROBE_INFO_BUFFER(info), source);
+        return GST_PAD_PROBE_OK;
       },
       this, nullptr);
 }

@@ -114,6 +114,9 @@ class ZORVEX_API ZRVXDevice {
   ZORVEX_HIDDEN bool AttachDevice(QTCaptureSession& session);
   ZORVEX_HIDDEN bool AttachVideo(QTCaptureSession& session, ZRVXVideoCallBack callBack, long data,
                                  const CVPixelBufferAttributes& attributes);
+  /// Takes the delegates off the outputs; the session if it runs on an open device, else nothing
+  /// happens and none is returned.
+  ZORVEX_HIDDEN Retained<QTCaptureSession> EndDelivery();
   ZORVEX_HIDDEN bool AttachMovie(QTCaptureSession& session, char const* movieFile);
 
   char szName[260]{};             ///< as the host spelled it, cut to 259 bytes; empty: a free slot

@@ -79,14 +79,19 @@ bool ZRVXDevice::AttachMovie(QTCaptureSession& session, char const* movieFile) {
   return isAdded;
 }
 
-bool ZRVXDevice::StopCapture() {
-  const Retained<QTCaptureSession> session = pSession.Get();
+Retained<QTCaptureSession> ZRVXDevice::EndDelivery() {
+  Retained<QTCaptureSession> session = pSession.Get();
   const Retained<QTCaptureDevice> device = pDevice.Get();
-  // Deliberate: what a start left behind whose session never ran stays, for the next start.
-  if (!device || !device->IsOpen() || !session || !session->IsRunning()) return true;
-
+  if (!device || !device->IsOpen() || !session || !session->IsRunning()) return nullptr;
   if (const auto output = pVideoOutput.Get()) output->SetDelegate(nullptr);
   if (const auto output = pAudioOutput.Get()) output->SetDelegate(nullptr);
+  return session;
+}
+
+bool ZRVXDevice::StopCapture() {
+  const Retained<QTCaptureSession> session = EndDelivery();
+  // Deliberate: what a start left behind whose session never ran stays, for the next start.
+  if (!session) return true;
   session->StopRunning();
 
   if (const auto input = pVideoInput.Take()) session->RemoveInput(input.get());
@@ -101,12 +106,8 @@ bool ZRVXDevice::StopCapture() {
 }
 
 bool ZRVXDevice::StopRecording() {
-  const Retained<QTCaptureSession> session = pSession.Get();
-  const Retained<QTCaptureDevice> device = pDevice.Get();
-  if (!device || !device->IsOpen() || !session || !session->IsRunning()) return true;
-
-  if (const auto output = pVideoOutput.Get()) output->SetDelegate(nullptr);
-  if (const auto output = pAudioOutput.Get()) output->SetDelegate(nullptr);
+  const Retained<QTCaptureSession> session = EndDelivery();
+  if (!session) return true;
   pVideoDelegate.Set(nullptr);
   pAudioDelegate.Set(nullptr);
   if (const auto output = pMovieFileOutput.Take()) session->RemoveOutput(output.get());

@@ -7,49 +7,20 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <mutex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
 
-#include "capture/zorvex.h"
 #include "tests/support/burntin.h"
+#include "tests/support/framecounter.h"
 #include "tests/support/testsource.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
-
-struct Counter {
-  std::mutex mutex;
-  std::condition_variable changed;
-  int frames = 0;
-  unsigned long handle = 0;
-
-  static void OnFrame(unsigned char const*, unsigned int, unsigned long, unsigned long,
-                      unsigned long, SMPTETime const*, long data) {
-    auto& counter = *reinterpret_cast<Counter*>(data);
-    const std::lock_guard lock(counter.mutex);
-    ++counter.frames;
-    counter.changed.notify_all();
-  }
-  bool WaitForFrames(int count) {
-    std::unique_lock lock(mutex);
-    return changed.wait_for(lock, 30s, [&] { return frames >= count; });
-  }
-  int Frames() {
-    const std::lock_guard lock(mutex);
-    return frames;
-  }
-};
-
-bool Start(unsigned long handle, ZRVXVideoCallBack callBack, Counter& counter) {
-  return ZRVXDeviceStartCapture(handle, callBack, reinterpret_cast<long>(&counter), 0, 0, 0,
-                                nullptr, 0, 0, 0, 0, 0, nullptr);
-}
 
 unsigned long Get(const std::string& name) {
   const unsigned long handle = ZRVXDeviceGet(name.c_str(), ZRVXDeviceMediaTypeVideo);
@@ -79,11 +50,9 @@ TEST(Faults, DevicesThatDoNotOpen) {
     EXPECT_LT(TimeOf([&] { EXPECT_FALSE(ZRVXDeviceOpen(handle)); }), row.atMost);
     EXPECT_EQ(row.isBusy, ZRVXDeviceIsUsedByAnotherApplication(handle));
     EXPECT_FALSE(ZRVXDeviceIsOpened(handle));
-    Counter counter;
-    EXPECT_FALSE(Start(handle, Counter::OnFrame, counter));
-    EXPECT_TRUE(ZRVXDeviceStopCapture(handle));
-    EXPECT_TRUE(ZRVXDeviceClose(handle));
-    EXPECT_TRUE(ZRVXDeviceRelease(handle));
+    FrameCounter counter;
+    EXPECT_FALSE(Start(handle, FrameCounter::OnFrame, counter));
+    StopAndRelease(handle);
   }
 }
 
@@ -92,44 +61,36 @@ TEST(Faults, ADeviceThatStoppedAnsweringIsStoppedAndOthersGoOn) {
       "camera:name=Hangs,size=320x240,hang-after=5,hang-for=6;"
       "camera:name=Stalls,size=320x240,stall-after=5;"
       "camera:name=Gone,size=320x240,unplug-after=5;camera:name=Works,size=320x240");
-  Counter works;
+  FrameCounter works;
   const unsigned long other = Get("Works");
   ASSERT_TRUE(ZRVXDeviceOpen(other));
-  ASSERT_TRUE(Start(other, Counter::OnFrame, works));
+  ASSERT_TRUE(Start(other, FrameCounter::OnFrame, works));
   for (const char* name : {"Stalls", "Gone", "Hangs"}) {
     SCOPED_TRACE(name);
     const unsigned long handle = Get(name);
-    Counter counter;
+    FrameCounter counter;
     ASSERT_TRUE(ZRVXDeviceOpen(handle));
-    ASSERT_TRUE(Start(handle, Counter::OnFrame, counter));
+    ASSERT_TRUE(Start(handle, FrameCounter::OnFrame, counter));
     ASSERT_TRUE(counter.WaitForFrames(5));
     const bool isGone = std::string_view(name) == "Gone";
     while (isGone && ZRVXDeviceIsConnected(handle))
       std::this_thread::yield();
     EXPECT_TRUE(ZRVXDeviceIsCapturing(handle)) << "until it is stopped";
     EXPECT_TRUE(ZRVXDeviceIsOpened(handle));
-    EXPECT_LT(TimeOf([&] {
-                EXPECT_TRUE(ZRVXDeviceStopCapture(handle));
-                EXPECT_FALSE(ZRVXDeviceIsCapturing(handle));
-                EXPECT_TRUE(ZRVXDeviceClose(handle));
-                EXPECT_TRUE(ZRVXDeviceRelease(handle));
-              }),
-              5s);
+    EXPECT_LT(TimeOf([&] { StopAndRelease(handle); }), 5s);
     EXPECT_EQ(5, counter.Frames());
     EXPECT_TRUE(works.WaitForFrames(works.Frames() + 5));
   }
-  EXPECT_TRUE(ZRVXDeviceStopCapture(other));
-  EXPECT_TRUE(ZRVXDeviceClose(other));
-  EXPECT_TRUE(ZRVXDeviceRelease(other));
+  StopAndRelease(other);
 }
 
 TEST(Faults, ADeviceThatIsPluggedInAgainCapturesAgain) {
   const SimulatedPlatform platform("camera:name=Back,size=320x240,unplug-after=5,replug-after=3");
   const unsigned long handle = Get("Back");
   const auto captureFrames = [&](int count, bool isUnplugged) {
-    Counter counter;
+    FrameCounter counter;
     EXPECT_TRUE(ZRVXDeviceOpen(handle));
-    EXPECT_TRUE(Start(handle, Counter::OnFrame, counter));
+    EXPECT_TRUE(Start(handle, FrameCounter::OnFrame, counter));
     EXPECT_TRUE(counter.WaitForFrames(count));
     while (isUnplugged && ZRVXDeviceIsConnected(handle))
       std::this_thread::yield();
@@ -151,7 +112,7 @@ TEST(Faults, ACallbackThatDoesNotReturnDoesNotHoldUpTheStop) {
   gate.lock();
   const unsigned long handle = Get("Simulated Camera");
   ASSERT_TRUE(ZRVXDeviceOpen(handle));
-  Counter counter;
+  FrameCounter counter;
   ASSERT_TRUE(Start(
       handle,
       [](unsigned char const*, unsigned int, unsigned long, unsigned long, unsigned long,
@@ -166,30 +127,26 @@ TEST(Faults, ACallbackThatDoesNotReturnDoesNotHoldUpTheStop) {
   EXPECT_FALSE(ZRVXDeviceIsCapturing(handle));
   gate.unlock();
   // The device is free again as soon as the callback has returned.
-  ASSERT_TRUE(Start(handle, Counter::OnFrame, counter));
+  ASSERT_TRUE(Start(handle, FrameCounter::OnFrame, counter));
   EXPECT_TRUE(counter.WaitForFrames(1));
-  EXPECT_TRUE(ZRVXDeviceStopCapture(handle));
-  EXPECT_TRUE(ZRVXDeviceClose(handle));
-  EXPECT_TRUE(ZRVXDeviceRelease(handle));
+  StopAndRelease(handle);
 }
 
 TEST(Faults, ACallbackThatThrowsLosesNoFrame) {
   const SimulatedPlatform platform("camera:name=Small,size=320x240");
   const unsigned long handle = Get("Small");
   ASSERT_TRUE(ZRVXDeviceOpen(handle));
-  Counter counter;
+  FrameCounter counter;
   ASSERT_TRUE(Start(
       handle,
       [](unsigned char const* pixels, unsigned int format, unsigned long width,
          unsigned long height, unsigned long bytesPerRow, SMPTETime const* timeCode, long data) {
-        Counter::OnFrame(pixels, format, width, height, bytesPerRow, timeCode, data);
+        FrameCounter::OnFrame(pixels, format, width, height, bytesPerRow, timeCode, data);
         throw std::runtime_error("the host's own");
       },
       counter));
   EXPECT_TRUE(counter.WaitForFrames(10));
-  EXPECT_TRUE(ZRVXDeviceStopCapture(handle));
-  EXPECT_TRUE(ZRVXDeviceClose(handle));
-  EXPECT_TRUE(ZRVXDeviceRelease(handle));
+  StopAndRelease(handle);
 }
 
 TEST(Faults, StoppingFromEverywhereAtOnce) {
@@ -197,22 +154,16 @@ TEST(Faults, StoppingFromEverywhereAtOnce) {
   const unsigned long handle = Get("Small");
   ASSERT_TRUE(ZRVXDeviceOpen(handle));
   for (int round = 0; round < 10; ++round) {
-    Counter counter;
+    FrameCounter counter;
     counter.handle = handle;
     ASSERT_TRUE(Start(
         handle,
         [](unsigned char const*, unsigned int, unsigned long, unsigned long, unsigned long,
            SMPTETime const*, long data) {
-          auto& self = *reinterpret_cast<Counter*>(data);
-          {
-            const std::lock_guard lock(self.mutex);
-            ++self.frames;
-            self.changed.notify_all();
-          }
+          auto& self = *reinterpret_cast<FrameCounter*>(data);
+          self.Count();
           ZRVXDeviceStopCapture(self.handle);
-          const std::lock_guard lock(self.mutex);
-          ++self.frames;
-          self.changed.notify_all();
+          self.Count();
         },
         counter));
     ASSERT_TRUE(counter.WaitForFrames(1));
@@ -229,9 +180,7 @@ TEST(Faults, StoppingFromEverywhereAtOnce) {
     // A callback that has not stopped yet would stop the next round.
     EXPECT_TRUE(counter.WaitForFrames(2));
   }
-  EXPECT_TRUE(ZRVXDeviceStopCapture(handle));
-  EXPECT_TRUE(ZRVXDeviceClose(handle));
-  EXPECT_TRUE(ZRVXDeviceRelease(handle));
+  StopAndRelease(handle);
 }
 
 /// Reads the number that a camera burns into its frames and counts the gaps.
@@ -270,9 +219,7 @@ TEST(Faults, EightCamerasAtOnceLoseNothing) {
   while (numbers.back().frames < 60 && Clock::now() < end)
     std::this_thread::sleep_for(5ms);
   for (const unsigned long handle : handles) {
-    EXPECT_TRUE(ZRVXDeviceStopCapture(handle));
-    EXPECT_TRUE(ZRVXDeviceClose(handle));
-    EXPECT_TRUE(ZRVXDeviceRelease(handle));
+    StopAndRelease(handle);
   }
   for (const Numbers& camera : numbers) {
     EXPECT_GE(camera.frames, 60);

@@ -10,18 +10,15 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <mutex>
 #include <string>
-#include <thread>
 
-#include "capture/zorvex.h"
 #include "platform/gstreamer/movierecorder.h"
+#include "tests/support/framecounter.h"
 #include "tests/support/movie.h"
 #include "tests/support/testsource.h"
 
@@ -40,42 +37,18 @@ class Recording : public testing::Test {
 
   std::string Path(const std::string& name) const { return (folder_ / name).string(); }
 
-  static void OnFrame(unsigned char const*, unsigned int, unsigned long, unsigned long,
-                      unsigned long, SMPTETime const*, long data) {
-    auto& self = *reinterpret_cast<Recording*>(data);
-    std::this_thread::sleep_for(self.callBackTakes_);
-    const std::lock_guard lock(self.mutex_);
-    ++self.frames_;
-    self.changed_.notify_all();
-  }
-  bool WaitForFrames(int count) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, 30s, [&] { return frames_ >= count; });
-  }
-  int Frames() {
-    const std::lock_guard lock(mutex_);
-    return frames_;
-  }
+  bool WaitForFrames(int count) { return counter_.WaitForFrames(count); }
   unsigned long Open(const char* name) {
     const unsigned long handle = ZRVXDeviceGet(name, ZRVXDeviceMediaTypeVideo);
     EXPECT_TRUE(ZRVXDeviceOpen(handle));
     return handle;
   }
   bool Start(unsigned long handle, const std::string& path) {
-    return ZRVXDeviceStartCapture(handle, OnFrame, reinterpret_cast<long>(this), 0, 0, 0, nullptr,
-                                  0, 0, 0, 0, 0, path.empty() ? nullptr : path.c_str());
-  }
-  void StopAndRelease(unsigned long handle) {
-    EXPECT_TRUE(ZRVXDeviceStopCapture(handle));
-    EXPECT_TRUE(ZRVXDeviceClose(handle));
-    EXPECT_TRUE(ZRVXDeviceRelease(handle));
+    return ::Start(handle, FrameCounter::OnFrame, counter_, path);
   }
 
   fs::path folder_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  int frames_ = 0;
-  std::chrono::milliseconds callBackTakes_{0};
+  FrameCounter counter_;
 };
 
 /// Each picture shows the number after the one before.
@@ -100,7 +73,7 @@ TEST_F(Recording, EveryContainerHoldsEveryFrame) {
   };
   for (const auto& row : table) {
     SCOPED_TRACE(row.name);
-    frames_ = 0;
+    counter_.frames = 0;
     const unsigned long handle = Open("Small");
     ASSERT_TRUE(Start(handle, Path(row.name)));
     EXPECT_TRUE(WaitForFrames(20));
@@ -134,7 +107,7 @@ TEST_F(Recording, CarriesTheTimeCodeOfATape) {
   const SimulatedPlatform platform("camcorder:name=Deck,size=320x240,rate=25,start=09:59:59:20");
   for (const char* name : {"tape.mov", "tape.mp4"}) {
     const unsigned long handle = Open("Deck");
-    frames_ = 0;
+    counter_.frames = 0;
     ASSERT_TRUE(Start(handle, Path(name)));
     EXPECT_TRUE(WaitForFrames(10));
     StopAndRelease(handle);
@@ -146,7 +119,7 @@ TEST_F(Recording, CarriesTheTimeCodeOfATape) {
 
 TEST_F(Recording, ASlowCallbackCostsTheRecordingNothing) {
   const SimulatedPlatform platform(kSmall);
-  callBackTakes_ = 200ms;
+  counter_.callBackTakes = 200ms;
   const unsigned long handle = Open("Small");
   ASSERT_TRUE(Start(handle, Path("slow.mov")));
   EXPECT_TRUE(WaitForFrames(6));
@@ -162,7 +135,7 @@ TEST_F(Recording, JoinsACaptureThatRuns) {
   ASSERT_TRUE(Start(handle, ""));
   EXPECT_TRUE(WaitForFrames(3));
   ASSERT_TRUE(Start(handle, Path("late.mov")));
-  EXPECT_TRUE(WaitForFrames(Frames() + 10));
+  EXPECT_TRUE(WaitForFrames(counter_.Frames() + 10));
   ASSERT_TRUE(ZRVXDeviceStopRecording(handle));
   EXPECT_TRUE(ZRVXDeviceIsCapturing(handle));
   const Movie movie = PlayMovie(Path("late.mov"));

@@ -33,8 +33,11 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/threads/lockobject.h
   foundation/threads/signalobject.h
   foundation/threads/systemlock.h
+  platform/audioconverter.h
   platform/captureplatform.h
+  platform/coreaudiotypes.h
   platform/cvpixelbuffer.h
+  platform/fourcharcode.h
   platform/nsobject.h
   platform/qtcapturedevice.h
   platform/qtcaptureoutput.h

@@ -2,17 +2,11 @@
 #ifndef ZORVEX_PLATFORM_CVPIXELBUFFER_H
 #define ZORVEX_PLATFORM_CVPIXELBUFFER_H
 
+#include <zorvex/platform/fourcharcode.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-
-/// A four-character code as one big-endian number: FourCharCode("2vuy").
-constexpr std::uint32_t FourCharCode(const char (&text)[5]) {
-  std::uint32_t code = 0;
-  for (int i = 0; i < 4; ++i)
-    code = code << 8 | static_cast<unsigned char>(text[i]);
-  return code;
-}
 
 /// One decoded picture in memory that belongs to the platform. Lives for the delegate call that it
 /// is passed to and is used by that thread alone.

@@ -42,6 +42,7 @@ set(ZORVEX_PUBLIC_HEADERS
   platform/qtcapturedevice.h
   platform/qtcaptureoutput.h
   platform/qtcapturesession.h
+  platform/qtformatdescription.h
   platform/qtsamplebuffer.h
   platform/smptetime.h)
 foreach(header IN LISTS ZORVEX_PUBLIC_HEADERS)

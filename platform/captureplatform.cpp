@@ -7,9 +7,11 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/audioconverter/linearpcmconverter.h"
 #include "platform/devicelist.h"
 #include "platform/gstreamer/gstreamerplatform.h"
 #include "platform/simulated/simulatedprovider.h"
+#include "platform/v4l2/v4l2provider.h"
 
 namespace {
 
@@ -24,7 +26,9 @@ std::vector<std::unique_ptr<DeviceProvider>> Providers() {
   const std::string_view wanted = Environment("ZORVEX_DEVICES");
   std::vector<std::unique_ptr<DeviceProvider>> providers;
   if (!gstreamer::Initialise()) return providers;
-  if (wanted != "simulated") providers.push_back(gstreamer::NewV4L2Provider());
+  if (wanted != "simulated") {
+    providers.push_back(std::make_unique<gstreamer::V4L2Provider>());
+  }
   if (wanted == "simulated" || wanted == "all") {
     providers.push_back(NewSimulatedProvider(Environment("ZORVEX_SIMULATED")));
   }
@@ -34,8 +38,9 @@ std::vector<std::unique_ptr<DeviceProvider>> Providers() {
 /// The platform of this system. Nothing of it exists before it is asked for devices or sessions.
 class SystemPlatform final : public CapturePlatform {
  public:
-  /// Nothing so far captures sound, so there is no class for it.
-  bool HasClass(const char*) const override { return false; }
+  bool HasClass(const char* name) const override {
+    return std::string_view(name) == "QTCaptureDecompressedAudioOutput";
+  }
 
   std::vector<Retained<QTCaptureDevice>> InputDevices() override {
     // Never freed: devices may be in use by threads of the platform until the process is gone.
@@ -50,14 +55,30 @@ class SystemPlatform final : public CapturePlatform {
   Retained<QTCaptureDecompressedVideoOutput> NewDecompressedVideoOutput() override {
     return gstreamer::NewDecompressedVideoOutput();
   }
+  Retained<QTCaptureDecompressedAudioOutput> NewDecompressedAudioOutput() override {
+    return gstreamer::NewDecompressedAudioOutput();
+  }
   Retained<QTCaptureMovieFileOutput> NewMovieFileOutput() override {
     return gstreamer::NewMovieFileOutput();
+  }
+  OSStatus NewAudioConverter(const AudioStreamBasicDescription& source,
+                             const AudioStreamBasicDescription& destination,
+                             AudioConverterRef* converter) override {
+    return NewLinearPcmConverter(source, destination, converter);
   }
 };
 
 std::atomic<CapturePlatform*> installed = nullptr;
 
 }  // namespace
+
+OSStatus AudioConverterNew(const AudioStreamBasicDescription* inSourceFormat,
+                           const AudioStreamBasicDescription* inDestinationFormat,
+                           AudioConverterRef* outAudioConverter) {
+  *outAudioConverter = nullptr;
+  return CapturePlatform::Current().NewAudioConverter(*inSourceFormat, *inDestinationFormat,
+                                                      outAudioConverter);
+}
 
 CapturePlatform& CapturePlatform::Current() {
   if (CapturePlatform* platform = installed.load(std::memory_order_acquire)) return *platform;

@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include <zorvex/platform/audioconverter.h>
 #include <zorvex/platform/nsobject.h>
 #include <zorvex/platform/qtcapturedevice.h>
 #include <zorvex/platform/qtcaptureoutput.h>
@@ -30,7 +31,13 @@ class CapturePlatform {
   virtual Retained<QTCaptureSession> NewSession() = 0;
   virtual Retained<QTCaptureDeviceInput> NewDeviceInput(QTCaptureDevice* device) = 0;
   virtual Retained<QTCaptureDecompressedVideoOutput> NewDecompressedVideoOutput() = 0;
+  virtual Retained<QTCaptureDecompressedAudioOutput> NewDecompressedAudioOutput() = 0;
   virtual Retained<QTCaptureMovieFileOutput> NewMovieFileOutput() = 0;
+
+  /// The contract of AudioConverterNew, which calls this.
+  virtual OSStatus NewAudioConverter(const AudioStreamBasicDescription& source,
+                                     const AudioStreamBasicDescription& destination,
+                                     AudioConverterRef* converter) = 0;
 };
 
 #endif  // ZORVEX_PLATFORM_CAPTUREPLATFORM_H

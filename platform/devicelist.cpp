@@ -35,6 +35,17 @@ std::string_view WithoutLeadingZeros(std::string_view digits) {
   return first == std::string_view::npos ? std::string_view() : digits.substr(first);
 }
 
+/// A name with its suffix as it fits into a buffer of 260 bytes, which is what hosts keep names in:
+/// a longer one could not be given back. Whole characters of UTF-8 are cut off.
+std::string CutToBuffer(const std::string& name, const std::string& suffix) {
+  constexpr std::size_t kMostBytes = 259;
+  std::size_t length = std::min(name.size(), kMostBytes - suffix.size());
+  const auto isContinuation = [](char c) { return (static_cast<unsigned char>(c) & 0xc0) == 0x80; };
+  while (length > 0 && length < name.size() && isContinuation(name[length]))
+    --length;
+  return name.substr(0, length) + suffix;
+}
+
 }  // namespace
 
 bool IsBeforeInNaturalOrder(std::string_view left, std::string_view right) {
@@ -72,10 +83,9 @@ std::string DeviceList::FreeDisplayName(const std::string& name) const {
       return strcasecmp(entry.device->DisplayName().c_str(), wanted.c_str()) == 0;
     });
   };
-  std::string wanted = name;
-  for (int number = 2; isTaken(wanted); ++number) {
-    wanted = name + " (" + std::to_string(number) + ")";
-  }
+  std::string wanted = CutToBuffer(name, {});
+  for (int number = 2; isTaken(wanted); ++number)
+    wanted = CutToBuffer(name, " (" + std::to_string(number) + ")");
   return wanted;
 }
 

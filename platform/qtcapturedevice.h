@@ -3,11 +3,24 @@
 #define ZORVEX_PLATFORM_QTCAPTUREDEVICE_H
 
 #include <zorvex/platform/nsobject.h>
+#include <zorvex/platform/qtformatdescription.h>
 
-enum class QTMediaType {
-  QTMediaTypeVideo,
-  QTMediaTypeSound,
-  QTMediaTypeMuxed,  ///< picture and sound in one stream, as a tape camcorder sends them
+#include <optional>
+#include <vector>
+
+/// The transport of a tape device as its attribute: a dictionary with two keys.
+struct QTCaptureDeviceAVCTransportControls {
+  /// 10000 is normal forward speed; negative speeds are reverse, 0 stands still.
+  long QTCaptureDeviceAVCTransportControlsSpeedKey = 0;
+  /// 0 not playing (stopped, or winding without a picture), 1 playing.
+  unsigned long QTCaptureDeviceAVCTransportControlsPlaybackModeKey = 0;
+
+  bool operator==(const QTCaptureDeviceAVCTransportControls&) const = default;
+};
+
+/// deviceAttributes: which attributes a device has.
+struct QTCaptureDeviceAttributes {
+  bool QTCaptureDeviceAVCTransportControlsAttribute = false;
 };
 
 /// A camera, microphone or tape deck that the platform knows, plugged in or not. One object stands
@@ -33,6 +46,20 @@ class QTCaptureDevice : public NSObject {
   virtual bool Open() = 0;
   /// Gives the device back. A session that runs on it gets no more frames.
   virtual void Close() = 0;
+
+  /// The formats that the device offers, in its own order; those of a muxed device say only that it
+  /// is one. May ask the device and wait for it, a few seconds at most.
+  virtual std::vector<Retained<QTFormatDescription>> FormatDescriptions() { return {}; }
+
+  /// Answered without asking the device.
+  virtual QTCaptureDeviceAttributes DeviceAttributes() const { return {}; }
+  /// attributeForKey: QTCaptureDeviceAVCTransportControlsAttribute. What the tape does now; none
+  /// without a transport, or when the device does not answer within a second or so.
+  virtual std::optional<QTCaptureDeviceAVCTransportControls> AVCTransportControlsAttribute() {
+    return std::nullopt;
+  }
+  /// setAttribute:forKey: with the same key. A device without a transport ignores it.
+  virtual void SetAVCTransportControlsAttribute(const QTCaptureDeviceAVCTransportControls&) {}
 };
 
 #endif  // ZORVEX_PLATFORM_QTCAPTUREDEVICE_H

@@ -6,7 +6,7 @@
 #include <zorvex/platform/nsobject.h>
 #include <zorvex/platform/qtsamplebuffer.h>
 
-class QTCaptureConnection;  // a stream between an input and an output
+class QTCaptureConnection;  // of the input that the media comes from
 
 /// Where a session's media goes. Belongs to one session at a time.
 class QTCaptureOutput : public NSObject {};
@@ -41,7 +41,12 @@ class QTCaptureDecompressedAudioOutputDelegate : public NSObject {
                              QTCaptureConnection* connection) = 0;
 };
 
-/// Every buffer of sound as samples in memory. Thread-safe.
+/// The sound as interleaved samples in memory, in buffers that last 1/25 s, for which every usual
+/// rate has a whole number of frames: so a delegate that converts each buffer by itself loses no
+/// time. (Rates that 25 does not divide lose a part of a frame in each.) Where that would be more
+/// than 64 KiB of 32-bit samples they last a half or a quarter of it.
+/// All buffers of a run have one format; less than a buffer at the end of a run is dropped.
+/// Thread-safe.
 class QTCaptureDecompressedAudioOutput : public QTCaptureOutput {
  public:
   /// As that of the video output.

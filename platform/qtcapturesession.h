@@ -6,17 +6,36 @@
 #include <zorvex/platform/qtcapturedevice.h>
 #include <zorvex/platform/qtcaptureoutput.h>
 
+#include <utility>
+#include <vector>
+
 /// Where a session's media comes from. Belongs to one session at a time.
 class QTCaptureInput : public NSObject {};
 
+/// One stream of an input.
+class QTCaptureConnection : public NSObject {
+ public:
+  explicit QTCaptureConnection(Retained<QTFormatDescription> format) : format_(std::move(format)) {}
+  QTFormatDescription* FormatDescription() const { return format_.get(); }
+
+ private:
+  const Retained<QTFormatDescription> format_;
+};
+
 /// The media of one device.
-class QTCaptureDeviceInput : public QTCaptureInput {};
+class QTCaptureDeviceInput : public QTCaptureInput {
+ public:
+  /// The streams that the device sends: of a muxed one those of its picture and its sound. The
+  /// device is open.
+  virtual std::vector<Retained<QTCaptureConnection>> Connections() = 0;
+};
 
 /// Moves media from its inputs to its outputs while it runs. Thread-safe; every operation may be
 /// called from inside a delegate's call and returns within a few seconds whatever the device does.
 class QTCaptureSession : public NSObject {
  public:
-  /// addInput:error:. False when the device is not open or the session has an input of that kind;
+  /// addInput:error:. False when the device is not open or the session has an input of that kind
+  /// (one that brings pictures, and beside it one that brings sound alone);
   /// an input that is already in the session stays, true. A session keeps an input that it refused
   /// because its device was closed, and takes it up when it starts with the device open.
   virtual bool AddInput(QTCaptureInput* input) = 0;

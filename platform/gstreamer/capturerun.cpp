@@ -5,128 +5,92 @@
 
 #include "platform/boundedcall.h"
 #include "platform/gstreamer/handover.h"
-#include "platform/gstreamer/pixelformats.h"
+#include "platform/gstreamer/pictureconversion.h"
 
 namespace {
 
+using gstreamer::Chain;
+using gstreamer::HandOver;
 using std::chrono::milliseconds;
 
 /// Opening and setting up a camera, slow ones included.
 constexpr milliseconds kStartLimit{5000};
-/// How long a start waits for the first picture or for the news that there will be none.
-constexpr milliseconds kFirstPictureLimit{1000};
+/// How long a start waits for the first media or for the news that there will be none.
+constexpr milliseconds kFirstMediaLimit{1000};
 
 /// How long closing a device waits for a run on it.
 constexpr milliseconds kCloseLimit{2000};
 
-/// The largest picture that the conversion is asked for, in each direction.
-constexpr double kLargestSide = 16384;
-
-/// Pictures that wait for a slow callback while a recording runs.
+/// What waits for a slow callback: pictures while something else hangs on the same source, and
+/// sound always.
 constexpr guint kPicturesQueued = 2;
+constexpr guint64 kSoundQueued = 2 * GST_SECOND;
 
-/// Buffers in use outside the source: the one in the callback and one to spare, and while a
-/// recording runs also those in the queue and those that wait to be compressed.
-unsigned BuffersHeld(const GstCaps* native, bool isRecorded) {
-  constexpr unsigned kCallBack = 2;
+/// Buffers in use outside the source: the one in the callback and one to spare, those in the queue,
+/// and while a recording runs those that wait to be compressed.
+unsigned BuffersHeld(const GstCaps* native, bool isQueued, bool isRecorded) {
+  unsigned held = 2;
   GstVideoInfo info;
-  if (!isRecorded || !gst_video_info_from_caps(&info, native)) return kCallBack;
-  return kCallBack + kPicturesQueued + gstreamer::RawPicturesWaiting(GST_VIDEO_INFO_SIZE(&info));
-}
-
-GstElement* Make(const char* factory) {
-  return gst_element_factory_make(factory, nullptr);
-}
-
-GstElement* MakeCapsFilter(const GstCaps* caps) {
-  GstElement* filter = Make("capsfilter");
-  if (filter) g_object_set(filter, "caps", caps, nullptr);
-  return filter;
-}
-
-GstElement* MakeLeakyQueue() {
-  GstElement* queue = Make("queue");
-  if (queue) {
-    g_object_set(queue, "max-size-buffers", kPicturesQueued, "max-size-bytes", 0u, "max-size-time",
-                 guint64{0}, nullptr);
-    gst_util_set_object_arg(reinterpret_cast<GObject*>(queue), "leaky", "downstream");
+  if (isQueued) held += kPicturesQueued;
+  if (isRecorded && gst_caps_is_fixed(native) && gst_video_info_from_caps(&info, native)) {
+    held += gstreamer::RawPicturesWaiting(GST_VIDEO_INFO_SIZE(&info));
   }
-  return queue;
+  return held;
 }
 
-/// What the stream has to be in the end. Where one side alone is asked for the other one follows,
-/// by keeping the shape of the pixels; a size of both sides is taken literally.
-GstPointer<GstCaps> WantedCaps(const CVPixelBufferAttributes& wish, const GstCaps* native) {
-  GstPointer<GstCaps> caps =
-      gstreamer::RawCapsForCode(wish.kCVPixelBufferPixelFormatTypeKey.value_or(0));
-  if (!caps) return caps;
-  if (const auto width = wish.kCVPixelBufferWidthKey) {
-    gst_caps_set_simple(caps.get(), "width", G_TYPE_INT, static_cast<int>(*width), nullptr);
-  }
-  if (const auto height = wish.kCVPixelBufferHeightKey) {
-    gst_caps_set_simple(caps.get(), "height", G_TYPE_INT, static_cast<int>(*height), nullptr);
-  }
-  if (wish.kCVPixelBufferWidthKey.has_value() != wish.kCVPixelBufferHeightKey.has_value()) {
-    int numerator = 1, denominator = 1;
-    gst_structure_get_fraction(gst_caps_get_structure(native, 0), "pixel-aspect-ratio", &numerator,
-                               &denominator);
-    gst_caps_set_simple(caps.get(), "pixel-aspect-ratio", GST_TYPE_FRACTION, numerator, denominator,
-                        nullptr);
-  }
-  return caps;
+/// A queue that drops its oldest buffer when it is full; 0 is no limit.
+bool AppendLeakyQueue(Chain& chain, guint buffers, guint64 time) {
+  if (!chain.Append("queue")) return false;
+  g_object_set(chain.Last(), "max-size-buffers", buffers, "max-size-bytes", 0u, "max-size-time",
+               time, nullptr);
+  gst_util_set_object_arg(reinterpret_cast<GObject*>(chain.Last()), "leaky", "downstream");
+  return true;
 }
 
-bool IsJpeg(const GstCaps* caps) {
-  return gst_structure_has_name(gst_caps_get_structure(caps, 0), "image/jpeg");
+/// Makes a caps filter let only the format pass that the sound of a pad begins with.
+void PinToFirstCaps(GstPad* pad, GstElement* filter) {
+  gst_pad_add_probe(
+      pad, GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM,
+      [](GstPad*, GstPadProbeInfo* info, gpointer element) {
+        const HandOver handOver(element);
+        GstEvent* event = GST_PAD_PROBE_INFO_EVENT(info);
+        if (GST_EVENT_TYPE(event) != GST_EVENT_CAPS) return GST_PAD_PROBE_OK;
+        GstCaps* caps = nullptr;
+        gst_event_parse_caps(event, &caps);
+        const GstPointer<GstCaps> pinned(gst_caps_copy(caps));
+        gst_caps_set_simple(pinned.get(), "layout", G_TYPE_STRING, "interleaved", nullptr);
+        g_object_set(element, "caps", pinned.get(), nullptr);
+        return GST_PAD_PROBE_REMOVE;
+      },
+      filter, nullptr);
 }
 
 }  // namespace
 
 namespace gstreamer {
 
-void RecorderTap::Set(std::vector<std::shared_ptr<MovieRecorder>> recorders) {
-  auto fresh =
-      std::make_shared<const std::vector<std::shared_ptr<MovieRecorder>>>(std::move(recorders));
-  const std::lock_guard lock(mutex_);
-  std::swap(recorders_, fresh);
-}
-
-void RecorderTap::Push(GstBuffer* buffer, GstPad* pad) {
-  std::shared_ptr<const std::vector<std::shared_ptr<MovieRecorder>>> recorders;
-  {
-    const std::lock_guard lock(mutex_);
-    recorders = recorders_;
-  }
-  if (!recorders || recorders->empty()) return;
-  const GstPointer<GstCaps> caps(gst_pad_get_current_caps(pad));
-  const GstPointer<GstElement> element(gst_pad_get_parent_element(pad));
-  if (!caps || !element) return;
-  for (const auto& recorder : *recorders) {
-    recorder->Push(buffer, caps.get(), gst_element_get_base_time(element.get()));
-  }
-}
-
-bool CanConvertTo(const CVPixelBufferAttributes& wish) {
-  const auto isSide = [](std::optional<double> side) {
-    return !side || (*side >= 1 && *side <= kLargestSide);
-  };
-  return isSide(wish.kCVPixelBufferWidthKey) && isSide(wish.kCVPixelBufferHeightKey) &&
-         RawCapsForCode(wish.kCVPixelBufferPixelFormatTypeKey.value_or(0)) != nullptr;
-}
-
-CaptureRun::CaptureRun(Retained<SourceDevice> device, Retained<VideoOutput> output,
+CaptureRun::CaptureRun(Retained<SourceDevice> device, Outputs outputs,
                        std::shared_ptr<RecorderTap> tap, bool isRecorded)
     : device_(std::move(device)),
-      output_(std::move(output)),
+      outputs_(std::move(outputs)),
+      chunker_(outputs_.audio ? std::make_unique<SoundChunker>(outputs_.audio) : nullptr),
       tap_(std::move(tap)),
       isRecorded_(isRecorded) {}
 
+bool CaptureRun::Has(QTMediaType mediaType) const {
+  return device_->HasMediaType(mediaType);
+}
+
 bool CaptureRun::Start() {
   const auto started = std::make_shared<std::atomic<bool>>(false);
-  RunBounded(kStartLimit, [self = shared_from_this(), started] { *started = self->Begin(); });
+  const auto isExpected = std::make_shared<std::atomic<bool>>(false);
+  RunBounded(kStartLimit, [self = shared_from_this(), started, isExpected] {
+    *isExpected = self->device_->IsMediaExpected();
+    *started = self->Begin();
+  });
   if (*started) {
     const Pipeline::Events events = pipeline_.WaitFor(
-        kFirstPictureLimit,
+        *isExpected ? kFirstMediaLimit : milliseconds::zero(),
         [](const Pipeline::Events& now) { return now.flowing || now.failed || now.stopped; });
     if (!events.failed) return true;
   }
@@ -137,9 +101,11 @@ bool CaptureRun::Start() {
 bool CaptureRun::Begin() {
   const std::lock_guard lock(beginMutex_);
   if (stopped_) return false;
-  const CVPixelBufferAttributes wish = output_ ? output_->Attributes() : CVPixelBufferAttributes{};
+  const CVPixelBufferAttributes wish =
+      outputs_.video ? outputs_.video->Attributes() : CVPixelBufferAttributes{};
   const SourceDevice::Source source = device_->BeginStreaming(wish, [weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->Stop(self->CloseLimit());
+    const auto self = weak.lock();
+    if (self) self->Stop(self->IsInsideDelegate() ? milliseconds::zero() : kCloseLimit);
   });
   if (!source.element) return false;
   streaming_ = true;
@@ -147,13 +113,19 @@ bool CaptureRun::Begin() {
   return Build(wish, source) && pipeline_.Play();
 }
 
-milliseconds CaptureRun::CloseLimit() const {
-  return output_ && output_->IsInsideDelegate() ? milliseconds::zero() : kCloseLimit;
+bool CaptureRun::IsInsideDelegate() const {
+  return (outputs_.video && outputs_.video->Callers().IsInside()) ||
+         (outputs_.audio && outputs_.audio->Callers().IsInside());
+}
+
+bool CaptureRun::IsAnybodyInsideDelegate() const {
+  return (outputs_.video && outputs_.video->Callers().IsAnybodyInside()) ||
+         (outputs_.audio && outputs_.audio->Callers().IsAnybodyInside());
 }
 
 void CaptureRun::Stop(milliseconds limit) {
   if (!stopped_.exchange(true)) {
-    // The run, and with it the output that the sink points to, lives until the pipeline has
+    // The run, and with it the outputs that the sinks point to, lives until the pipeline has
     // stopped.
     const auto stop = [self = shared_from_this()] { self->End(); };
     pipeline_.NoteStop();
@@ -181,50 +153,54 @@ void CaptureRun::End() {
   ended_.notify_all();
 }
 
-bool CaptureRun::Append(GstElement* element) {
-  if (!pipeline_.Append(element, last_)) return false;
-  last_ = element;
-  return true;
+bool CaptureRun::Build(const CVPixelBufferAttributes& wish, const SourceDevice::Source& source) {
+  if (!pipeline_.Add(source.element)) return false;
+  if (Has(QTMediaType::QTMediaTypeMuxed)) {
+    return BuildPictures(wish, source) && BuildSound({source.element, nullptr}, "sound");
+  }
+  return Has(QTMediaType::QTMediaTypeSound) ? BuildSound(source, "src")
+                                            : BuildPictures(wish, source);
 }
 
-bool CaptureRun::Build(const CVPixelBufferAttributes& wish, const SourceDevice::Source& source) {
-  if (!Append(source.element)) return false;
-  WatchSource();
+bool CaptureRun::BuildPictures(const CVPixelBufferAttributes& wish,
+                               const SourceDevice::Source& source) {
+  const GstPointer<GstPad> pad(gst_element_get_static_pad(source.element, "src"));
+  if (!pad) return false;
+  WatchSource(MovieRecorder::Track::Pictures, pad.get());
+  Chain chain(pipeline_, source.element, "src");
   GstPointer<GstCaps> native;
   if (source.caps) {
     native.reset(gst_caps_ref(source.caps));
-    if (!Append(MakeCapsFilter(source.caps))) return false;
+    if (!chain.AppendCapsFilter(source.caps)) return false;
   } else {
-    const GstPointer<GstPad> pad(gst_element_get_static_pad(source.element, "src"));
     native.reset(gst_pad_query_caps(pad.get(), nullptr));
   }
-  if (isRecorded_ && !Append(MakeLeakyQueue())) return false;
-  if (output_ && !AppendConversion(wish, native.get())) return false;
-  return Append(NewVideoSink(output_.get(), BuffersHeld(native.get(), isRecorded_)));
+  const bool isQueued = isRecorded_ || (outputs_.audio && Has(QTMediaType::QTMediaTypeMuxed));
+  if (isQueued && !AppendLeakyQueue(chain, kPicturesQueued, 0)) return false;
+  if (outputs_.video && !AppendPictureConversion(chain, wish, native.get())) return false;
+  return chain.Append(
+      NewStreamSink(outputs_.video.get(), BuffersHeld(native.get(), isQueued, isRecorded_)));
 }
 
-bool CaptureRun::AppendConversion(const CVPixelBufferAttributes& wish, const GstCaps* native) {
-  if (gst_caps_is_empty(native) || gst_caps_is_any(native)) return false;
-  const GstPointer<GstCaps> wanted = WantedCaps(wish, native);
-  if (!wanted) return false;
-  if (gst_caps_can_intersect(native, wanted.get()) && gst_caps_is_fixed(native)) return true;
-  if (IsJpeg(native) && !Append(Make("jpegdec"))) return false;
-  if (wish.kCVPixelBufferPixelFormatTypeKey == kFullRange420) {
-    // The converter leaves the range as it is where the matrix stays the same; RGB has but one.
-    const GstPointer<GstCaps> rgb = RawCapsForCode(FourCharCode("BGRA"));
-    if (!Append(Make("videoconvert")) || !Append(MakeCapsFilter(rgb.get()))) return false;
+bool CaptureRun::BuildSound(const SourceDevice::Source& source, const char* padName) {
+  const GstPointer<GstPad> pad(gst_element_get_static_pad(source.element, padName));
+  if (!pad) return false;
+  WatchSource(MovieRecorder::Track::Sound, pad.get());
+  Chain chain(pipeline_, source.element, padName);
+  if (source.caps && !chain.AppendCapsFilter(source.caps)) return false;
+  if (!chunker_) return chain.Append(NewStreamSink(nullptr, 0));
+  if (!AppendLeakyQueue(chain, 0, kSoundQueued) || !chain.Append("audioconvert") ||
+      !chain.Append("audioresample") || !chain.Append("capsfilter")) {
+    return false;
   }
-  GstElement* converter = Make("videoconvertscale");
-  // Without borders: the whole picture in the size asked for.
-  if (converter) g_object_set(converter, "add-borders", FALSE, nullptr);
-  return Append(converter) && Append(MakeCapsFilter(wanted.get()));
+  PinToFirstCaps(pad.get(), chain.Last());
+  return chain.Append(NewStreamSink(chunker_.get(), 0));
 }
 
-void CaptureRun::WatchSource() {
+void CaptureRun::WatchSource(MovieRecorder::Track track, GstPad* pad) {
   const HandOver handOver(this);
-  const GstPointer<GstPad> pad(gst_element_get_static_pad(last_, "src"));
   gst_pad_add_probe(
-      pad.get(), GST_PAD_PROBE_TYPE_BUFFER,
+      pad, GST_PAD_PROBE_TYPE_BUFFER,
       [](GstPad*, GstPadProbeInfo*, gpointer self) {
         auto* run = static_cast<CaptureRun*>(self);
         const HandOver scope(run);
@@ -234,15 +210,19 @@ void CaptureRun::WatchSource() {
       this, nullptr);
   // A recording that is added later gets a run of its own.
   if (!isRecorded_) return;
+  const bool isPictures = track == MovieRecorder::Track::Pictures;
   gst_pad_add_probe(
-      pad.get(), GST_PAD_PROBE_TYPE_BUFFER,
-      [](GstPad* source, GstPadProbeInfo* info, gpointer self) {
-        auto* run = static_cast<CaptureRun*>(self);
-        const HandOver scope(run);
-        run->tap_->Push(GST_PAD_PROBE_INFO_BUFFER(info), source);
-        return GST_PAD_PROBE_OK;
-      },
+      pad, GST_PAD_PROBE_TYPE_BUFFER,
+      isPictures ? Record<MovieRecorder::Track::Pictures> : Record<MovieRecorder::Track::Sound>,
       this, nullptr);
+}
+
+template <MovieRecorder::Track kTrack>
+GstPadProbeReturn CaptureRun::Record(GstPad* pad, GstPadProbeInfo* info, gpointer self) {
+  auto* run = static_cast<CaptureRun*>(self);
+  const HandOver handOver(run);
+  run->tap_->Push(kTrack, GST_PAD_PROBE_INFO_BUFFER(info), pad);
+  return GST_PAD_PROBE_OK;
 }
 
 }  // namespace gstreamer

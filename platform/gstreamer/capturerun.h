@@ -7,74 +7,75 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
-#include <vector>
 
-#include "platform/gstreamer/movierecorder.h"
+#include "platform/gstreamer/audiooutput.h"
 #include "platform/gstreamer/pipeline.h"
+#include "platform/gstreamer/recordertap.h"
+#include "platform/gstreamer/soundchunker.h"
 #include "platform/gstreamer/sourcedevice.h"
 #include "platform/gstreamer/videooutput.h"
 
 namespace gstreamer {
 
-/// The recorders that a run feeds, changed by one thread while another feeds them.
-class RecorderTap {
- public:
-  void Set(std::vector<std::shared_ptr<MovieRecorder>> recorders);
-  /// On the streaming thread: passes a picture by reference.
-  void Push(GstBuffer* buffer, GstPad* pad);
-
- private:
-  std::mutex mutex_;  ///< guards what follows; never held while a recorder is fed
-  std::shared_ptr<const std::vector<std::shared_ptr<MovieRecorder>>> recorders_;
-};
-
-/// One run of a session: a pipeline from the device's source to the video output.
+/// One run of one device of a session: a pipeline from the device's source to the outputs.
 ///
 ///     source -> [queue] -> [decoder] -> [converter -> wanted caps] -> video sink
-///       `-- recorder tap: the device's own stream, before anything is done to it
+///       |  `--> [queue -> converter -> first caps] -> sound chunker
+///       `-- recorder tap: the device's own streams, before anything is done to them
 ///
 /// The brackets are there only where they are needed: a native format that suits the wish passes
-/// through untouched. The queue keeps a slow callback from holding up a recording; it drops the
-/// oldest picture when it is full.
+/// through untouched. The queues keep a slow callback from holding up a recording or the other
+/// stream of a device; they drop the oldest when they are full. The sound keeps the format that it
+/// begins with, whatever the device changes to.
 class CaptureRun : public std::enable_shared_from_this<CaptureRun> {
  public:
-  /// `output` may be none: the stream is then only recorded.
-  CaptureRun(Retained<SourceDevice> device, Retained<VideoOutput> output,
-             std::shared_ptr<RecorderTap> tap, bool isRecorded);
+  /// Where the media goes; either may be none.
+  struct Outputs {
+    Retained<VideoOutput> video;
+    Retained<AudioOutput> audio;
+  };
 
-  /// Starts the device and waits for its first picture, but not long: a device may be slow. False
-  /// when it failed or did not answer in time.
+  CaptureRun(Retained<SourceDevice> device, Outputs outputs, std::shared_ptr<RecorderTap> tap,
+             bool isRecorded);
+
+  /// Starts the device and waits for its first media where some is expected, but not long: a device
+  /// may be slow. False when it failed or did not answer in time.
   bool Start();
   /// Stops it, also while it starts, and waits for its end at most for `limit`. What is late goes
   /// on by itself. Any number of threads may stop a run.
   void Stop(std::chrono::milliseconds limit);
 
+  /// Whether the calling thread is inside a delegate that this run calls: the run cannot end before
+  /// that returns.
+  bool IsInsideDelegate() const;
+  /// Whether any thread is.
+  bool IsAnybodyInsideDelegate() const;
+
  private:
   bool Begin();
   void End();
-  std::chrono::milliseconds CloseLimit() const;
   bool Build(const CVPixelBufferAttributes& wish, const SourceDevice::Source& source);
-  bool AppendConversion(const CVPixelBufferAttributes& wish, const GstCaps* native);
-  bool Append(GstElement* element);
-  void WatchSource();
+  bool BuildPictures(const CVPixelBufferAttributes& wish, const SourceDevice::Source& source);
+  bool BuildSound(const SourceDevice::Source& source, const char* pad);
+  void WatchSource(MovieRecorder::Track track, GstPad* pad);
+  template <MovieRecorder::Track kTrack>
+  static GstPadProbeReturn Record(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+  bool Has(QTMediaType mediaType) const;
 
   const Retained<SourceDevice> device_;
-  const Retained<VideoOutput> output_;
+  const Outputs outputs_;
+  const std::unique_ptr<SoundChunker> chunker_;  ///< in front of the audio output
   const std::shared_ptr<RecorderTap> tap_;
   const bool isRecorded_;
   Pipeline pipeline_;
-  GstElement* last_ = nullptr;  ///< of the chain so far, owned by the pipeline
-  std::mutex beginMutex_;       ///< held while the run is built and set going
-  bool streaming_ = false;      ///< the device's source is in use; guarded by beginMutex_
+  std::mutex beginMutex_;   ///< held while the run is built and set going
+  bool streaming_ = false;  ///< the device's source is in use; guarded by beginMutex_
   std::atomic<bool> stopped_ = false;
   std::mutex endMutex_;
   std::condition_variable ended_;
   bool hasEnded_ = false;  ///< guarded by endMutex_, as the next
   bool isLate_ = false;    ///< did not end in the time that it was given
 };
-
-/// Whether pictures of these attributes can be made at all.
-bool CanConvertTo(const CVPixelBufferAttributes& wish);
 
 }  // namespace gstreamer
 

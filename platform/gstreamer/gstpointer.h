@@ -12,7 +12,8 @@ template <class T>
 struct GstUnref {
   void operator()(T* object) const {
     if constexpr (std::is_same_v<T, GstCaps> || std::is_same_v<T, GstQuery> ||
-                  std::is_same_v<T, GstBuffer> || std::is_same_v<T, GstMessage>) {
+                  std::is_same_v<T, GstBuffer> || std::is_same_v<T, GstMessage> ||
+                  std::is_same_v<T, GstEvent>) {
       gst_mini_object_unref(reinterpret_cast<GstMiniObject*>(object));
     } else if constexpr (std::is_same_v<T, GError>) {
       g_error_free(object);

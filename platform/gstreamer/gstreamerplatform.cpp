@@ -3,8 +3,8 @@
 
 #include <gst/gst.h>
 
+#include "platform/gstreamer/audiooutput.h"
 #include "platform/gstreamer/capturesession.h"
-#include "platform/gstreamer/v4l2provider.h"
 
 namespace gstreamer {
 
@@ -13,10 +13,6 @@ bool Initialise() {
     return gst_init_check(nullptr, nullptr, nullptr) == TRUE;
   }();
   return initialised;
-}
-
-std::unique_ptr<DeviceProvider> NewV4L2Provider() {
-  return std::make_unique<V4L2Provider>();
 }
 
 Retained<QTCaptureSession> NewSession() {
@@ -30,6 +26,10 @@ Retained<QTCaptureDeviceInput> NewDeviceInput(QTCaptureDevice* device) {
 
 Retained<QTCaptureDecompressedVideoOutput> NewDecompressedVideoOutput() {
   return MakeRetained<VideoOutput>();
+}
+
+Retained<QTCaptureDecompressedAudioOutput> NewDecompressedAudioOutput() {
+  return MakeRetained<AudioOutput>();
 }
 
 Retained<QTCaptureMovieFileOutput> NewMovieFileOutput() {

@@ -15,7 +15,10 @@
 namespace {
 
 /// Leaves time to change to the next file before the index space of this one is used up.
-constexpr GstClockTime kChangeFileAfter = gstreamer::MovieFile::kLongestFile * 9 / 10;
+constexpr GstClockTimeDiff kChangeFileAfter = gstreamer::MovieFile::kLongestFile * 9 / 10;
+
+/// Sound is kept so long for a file that is about to begin.
+constexpr GstClockTime kEarlySoundKept = 1 * GST_SECOND;
 
 /// A recording that got no picture leaves no file behind, unless the file was there before.
 void RemoveEmpty(const std::string& path) {
@@ -53,47 +56,87 @@ void ReservedFile::GiveUp() {
 }
 
 std::shared_ptr<MovieRecorder> MovieRecorder::Create(const std::string& path) {
-  const MovieContainer* container = MovieContainerFor(path);
-  if (!container || !CanStore(*container)) return nullptr;
+  const MovieContainer& container = MovieContainerFor(path);
+  if (!CanStore(container)) return nullptr;
   auto file = ReservedFile::Reserve(path, false);
   if (!file) return nullptr;
-  return std::make_shared<MovieRecorder>(std::move(*file), *container);
+  return std::make_shared<MovieRecorder>(std::move(*file), container);
 }
 
 MovieRecorder::~MovieRecorder() {
   Finish(std::chrono::milliseconds::zero());
 }
 
-void MovieRecorder::Push(GstBuffer* buffer, GstCaps* caps, GstClockTime baseTime) {
-  const GstClockTime stamp = GST_BUFFER_PTS(buffer);
-  if (!GST_CLOCK_TIME_IS_VALID(stamp)) return;
-  const GstClockTime time = baseTime + stamp;
+void MovieRecorder::Expect(bool pictures, bool sound) {
+  const std::lock_guard lock(mutex_);
+  expectsPictures_ = pictures;
+  expectsSound_ = sound;
+}
 
+void MovieRecorder::Push(Track track, GstBuffer* buffer, GstCaps* caps, GstClockTime time) {
   const std::lock_guard lock(mutex_);
   if (finished_) return;
-  if (file_ && (time - begin_ >= kChangeFileAfter || !gst_caps_is_equal(caps, caps_.get()))) {
+  if (track == Track::Pictures) {
+    PushPicture(buffer, caps, time);
+  } else {
+    PushSound(buffer, caps, time);
+  }
+}
+
+GstClockTimeDiff MovieRecorder::InMovie(GstClockTime time) const {
+  return static_cast<GstClockTimeDiff>(time) - static_cast<GstClockTimeDiff>(begin_);
+}
+
+void MovieRecorder::PushPicture(GstBuffer* buffer, GstCaps* caps, GstClockTime time) {
+  if (file_ && (InMovie(time) >= kChangeFileAfter || file_->HavePicturesEnded() || !caps_ ||
+                !gst_caps_is_equal(caps, caps_.get()))) {
     EndFile();
   }
   if (!file_ && !BeginFile(caps, time)) return;
-  if (file_->HasFailed()) {
-    // A full disk, say. What was written plays; the pictures that wait go back to the camera.
-    finished_ = true;
-    EndFile();
-    return;
-  }
-  file_->Push(buffer,
-              static_cast<GstClockTimeDiff>(baseTime) - static_cast<GstClockTimeDiff>(begin_));
+  if (IsUsable()) file_->PushPicture(buffer, InMovie(time));
 }
 
-bool MovieRecorder::BeginFile(GstCaps* caps, GstClockTime time) {
+void MovieRecorder::PushSound(GstBuffer* buffer, GstCaps* caps, GstClockTime time) {
+  const bool isAlone = !file_ ? !expectsPictures_ : !caps_ || file_->HavePicturesEnded();
+  if (isAlone && file_ && InMovie(time) >= kChangeFileAfter) EndFile();
+  if (!file_ && (!isAlone || !BeginFile(nullptr, time))) {
+    if (!finished_) KeepEarlySound(buffer, caps, time);
+    return;
+  }
+  if (IsUsable()) file_->PushSound(buffer, caps, InMovie(time));
+}
+
+void MovieRecorder::KeepEarlySound(GstBuffer* buffer, GstCaps* caps, GstClockTime time) {
+  if (!expectsSound_) return;
+  while (!earlySound_.empty() && earlySound_.front().time + kEarlySoundKept < time)
+    earlySound_.pop_front();
+  earlySound_.push_back({GstPointer<GstBuffer>(gst_buffer_copy_deep(buffer)),
+                         GstPointer<GstCaps>(gst_caps_ref(caps)), time});
+}
+
+/// A full disk, say, ends the recording. What was written plays; the pictures that wait go back to
+/// the camera.
+bool MovieRecorder::IsUsable() {
+  if (!file_->HasFailed()) return true;
+  finished_ = true;
+  EndFile();
+  return false;
+}
+
+bool MovieRecorder::BeginFile(GstCaps* pictures, GstClockTime time) {
   if (files_++ > 0 && !ReserveNext()) {
     finished_ = true;
     return false;
   }
   file_ = std::make_shared<MovieFile>(reserved_.Path(), container_);
-  caps_.reset(gst_caps_ref(caps));
+  caps_.reset(pictures ? gst_caps_ref(pictures) : nullptr);
   begin_ = time;
-  if (file_->Begin(caps)) return true;
+  const std::deque<EarlySound> early = std::exchange(earlySound_, {});
+  if (file_->Begin(pictures, expectsSound_)) {
+    for (const EarlySound& sound : early)
+      file_->PushSound(sound.buffer.get(), sound.caps.get(), InMovie(sound.time));
+    return true;
+  }
   file_.reset();
   reserved_.GiveUp();
   finished_ = true;  // nothing of this stream can be stored
@@ -135,8 +178,11 @@ void MovieRecorder::Finish(std::chrono::milliseconds limit) {
 }
 
 void MovieFileOutput::RecordToOutputFileURL(const char* path) {
+  // A URL names one place, wherever the process goes later.
+  std::error_code error;
+  const std::filesystem::path absolute = std::filesystem::absolute(path, error);
   const std::lock_guard lock(mutex_);
-  path_ = path;
+  path_ = error ? path : absolute.string();
 }
 
 std::shared_ptr<MovieRecorder> MovieFileOutput::BeginRecording() {

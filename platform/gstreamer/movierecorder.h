@@ -5,6 +5,7 @@
 #include <gst/gst.h>
 
 #include <chrono>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -35,12 +36,15 @@ class ReservedFile {
   bool isNew_ = false;
 };
 
-/// Records a stream into a movie file, and into further ones beside it ("name 2.mov", ...) when the
-/// stream changes its format or a file comes to its longest duration.
+/// Records the streams of a session into a movie file, and into further ones beside it
+/// ("name 2.mov", ...) when the pictures change their format, come back after a long time without
+/// any, or a file comes to its longest duration.
 ///
-/// Fed on the streaming thread, ended by any other.
+/// Fed on the streaming threads, ended by any other.
 class MovieRecorder {
  public:
+  enum class Track { Pictures, Sound };
+
   /// Makes sure that the file can be written and that its container can; null otherwise.
   static std::shared_ptr<MovieRecorder> Create(const std::string& path);
 
@@ -50,26 +54,47 @@ class MovieRecorder {
   MovieRecorder& operator=(const MovieRecorder&) = delete;
   ~MovieRecorder();
 
-  /// Takes one picture by reference. `baseTime` is the time of the clock at which the running time
-  /// of its pipeline began: pictures of several runs line up in one movie.
-  void Push(GstBuffer* buffer, GstCaps* caps, GstClockTime baseTime);
+  const MovieContainer& Container() const { return container_; }
+
+  /// Says which tracks the next file is to have. It begins with the first picture where pictures
+  /// are expected, else with the first sound.
+  void Expect(bool pictures, bool sound);
+
+  /// Takes one buffer: a picture by reference, sound by copy. `time` is when it was captured, by
+  /// the clock that all runs of a session share.
+  void Push(Track track, GstBuffer* buffer, GstCaps* caps, GstClockTime time);
 
   /// Finalises the file. Waits for that at most for `limit`; it is completed in the background
-  /// otherwise. Later pictures are dropped.
+  /// otherwise. What comes later is dropped.
   void Finish(std::chrono::milliseconds limit);
 
  private:
-  bool BeginFile(GstCaps* caps, GstClockTime time);
+  /// Sound that came before its file began.
+  struct EarlySound {
+    GstPointer<GstBuffer> buffer;
+    GstPointer<GstCaps> caps;
+    GstClockTime time;
+  };
+
+  void PushPicture(GstBuffer* buffer, GstCaps* caps, GstClockTime time);
+  void PushSound(GstBuffer* buffer, GstCaps* caps, GstClockTime time);
+  bool IsUsable();
+  bool BeginFile(GstCaps* pictures, GstClockTime time);
   void EndFile();
   bool ReserveNext();
+  void KeepEarlySound(GstBuffer* buffer, GstCaps* caps, GstClockTime time);
+  GstClockTimeDiff InMovie(GstClockTime time) const;
 
   const std::string path_;
   const MovieContainer& container_;
-  std::mutex mutex_;       ///< guards what follows
+  std::mutex mutex_;  ///< guards what follows
+  bool expectsPictures_ = true;
+  bool expectsSound_ = false;
   ReservedFile reserved_;  ///< the present file
   std::shared_ptr<MovieFile> file_;
-  GstPointer<GstCaps> caps_;
-  GstClockTime begin_ = 0;  ///< of the file, by the clock
+  GstPointer<GstCaps> caps_;  ///< of the pictures
+  GstClockTime begin_ = 0;    ///< of the file, by the clock
+  std::deque<EarlySound> earlySound_;
   int files_ = 0;
   bool finished_ = false;
 };

@@ -72,10 +72,8 @@ GstBusSyncReply Pipeline::OnMessage(GstBus*, GstMessage* message, gpointer data)
   return GST_BUS_DROP;
 }
 
-bool Pipeline::Append(GstElement* element, GstElement* previous) {
-  if (!element) return false;
-  gst_bin_add(AsBin(Element()), element);
-  return !previous || gst_element_link(previous, element);
+bool Pipeline::Add(GstElement* element) {
+  return element && gst_bin_add(AsBin(Element()), element);
 }
 
 bool Pipeline::Play() {
@@ -104,6 +102,28 @@ Pipeline::Events Pipeline::WaitFor(std::chrono::milliseconds limit,
   std::unique_lock lock(log_->mutex);
   log_->changed.wait_for(lock, limit, [&] { return isEnough(log_->events); });
   return log_->events;
+}
+
+bool Chain::Append(GstElement* element) {
+  if (!pipeline_.Add(element)) return false;
+  if (last_ && !LinkTo(element, nullptr)) return false;
+  last_ = element;
+  pad_ = nullptr;
+  return true;
+}
+
+bool Chain::Append(const char* factory) {
+  return Append(gst_element_factory_make(factory, nullptr));
+}
+
+bool Chain::AppendCapsFilter(const GstCaps* caps) {
+  if (!Append("capsfilter")) return false;
+  g_object_set(last_, "caps", caps, nullptr);
+  return true;
+}
+
+bool Chain::LinkTo(GstElement* element, const char* pad) {
+  return gst_element_link_pads(last_, pad_, element, pad);
 }
 
 }  // namespace gstreamer

@@ -27,9 +27,8 @@ class Pipeline {
   Pipeline();
 
   GstElement* Element() const { return element_.get(); }
-  /// Adds an element, taking over the floating reference, and links it behind `previous` unless
-  /// that is null. False when the element is null or does not link.
-  bool Append(GstElement* element, GstElement* previous);
+  /// Adds an element, taking over the floating reference. False when it is null.
+  bool Add(GstElement* element);
 
   /// Sets the state to PLAYING; false when that fails. Takes as long as the device does.
   bool Play();
@@ -51,6 +50,32 @@ class Pipeline {
 
   const std::shared_ptr<Log> log_;
   const GstPointer<GstElement> element_;
+};
+
+/// A branch of a pipeline that is being built: each element is added and linked behind the last
+/// one.
+class Chain {
+ public:
+  /// Begins with an element of its own.
+  explicit Chain(Pipeline& pipeline) : pipeline_(pipeline) {}
+  /// Begins at a pad of an element that is in the pipeline.
+  Chain(Pipeline& pipeline, GstElement* element, const char* pad)
+      : pipeline_(pipeline), last_(element), pad_(pad) {}
+
+  /// Takes over the floating reference. False when the element is null or does not link.
+  bool Append(GstElement* element);
+  bool Append(const char* factory);
+  /// Lets only streams of these caps pass.
+  bool AppendCapsFilter(const GstCaps* caps);
+  /// Ends at a pad of an element that is in the pipeline, one that is made on request too.
+  bool LinkTo(GstElement* element, const char* pad);
+
+  GstElement* Last() const { return last_; }  ///< owned by the pipeline; null at first
+
+ private:
+  Pipeline& pipeline_;
+  GstElement* last_ = nullptr;
+  const char* pad_ = nullptr;  ///< of the last element; null for its only one
 };
 
 }  // namespace gstreamer

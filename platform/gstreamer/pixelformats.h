@@ -16,6 +16,10 @@ namespace gstreamer {
 constexpr std::uint32_t kVideoRange420 = FourCharCode("420v");
 constexpr std::uint32_t kFullRange420 = FourCharCode("420f");
 
+/// What a device that sends DV calls its pictures, in StreamDescriptions.
+constexpr std::uint32_t kDvPalCode = FourCharCode("dvcp");
+constexpr std::uint32_t kDvNtscCode = FourCharCode("dvc ");
+
 /// The code of a format; 0 when it has none.
 std::uint32_t PixelFormatCode(const GstVideoInfo& info);
 

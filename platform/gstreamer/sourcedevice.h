@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <vector>
 
 #include "platform/cvpixelbuffer.h"
 #include "platform/listeddevice.h"
@@ -27,10 +28,19 @@ class SourceDevice : public ListedDevice {
   bool Open() final;
   void Close() final;
 
+  /// The pad "src" gives pictures, of a device of sound alone its sound; that of a muxed device is
+  /// accompanied by a pad "sound", interleaved PCM.
   struct Source {
-    GstElement* element = nullptr;  ///< floating, with a pad "src", in state NULL or READY
-    GstCaps* caps = nullptr;        ///< the mode to run in, owned; null when the pad allows but one
+    GstElement* element = nullptr;  ///< floating, in state NULL or READY
+    GstCaps* caps = nullptr;  ///< the mode of "src" to run in, owned; null where it has but one
   };
+
+  /// What an input of the device gives: one description for each stream. The device is open.
+  virtual std::vector<Retained<QTFormatDescription>> StreamDescriptions() {
+    return FormatDescriptions();
+  }
+  /// Whether a run of the device is to give media at once; a tape that stands still does not.
+  virtual bool IsMediaExpected() { return true; }
 
   /// Begins one run of a session on the open device and makes the element for it, in the mode that
   /// suits the wish best; the rest is for the session to convert. No element when the device is not

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/gstreamer/videooutput.h"
 
-#include <cxxabi.h>
-
 #include <algorithm>
 
 #include "platform/gstreamer/pixelformats.h"
@@ -60,25 +58,9 @@ class FrameSample final : public QTSampleBuffer {
   bool hasTimeCode_;
 };
 
-/// More threads than ever are inside one output: one, and for a moment a second one while a run
-/// that was stopped from inside its callback ends and the next one begins.
-constexpr std::size_t kThreadsInside = 4;
-
-thread_local int delegatesAround = 0;  ///< whose calls the thread is inside of
-
 }  // namespace
 
 namespace gstreamer {
-
-VideoOutput::VideoOutput() {
-  inside_.reserve(kThreadsInside);
-}
-
-void VideoOutput::SetDelegate(QTCaptureDecompressedVideoOutputDelegate* delegate) {
-  Retained<QTCaptureDecompressedVideoOutputDelegate> retained(delegate);
-  const std::lock_guard lock(mutex_);
-  std::swap(delegate_, retained);
-}
 
 void VideoOutput::SetPixelBufferAttributes(const CVPixelBufferAttributes& attributes) {
   const std::lock_guard lock(mutex_);
@@ -90,43 +72,13 @@ CVPixelBufferAttributes VideoOutput::Attributes() const {
   return attributes_;
 }
 
-void VideoOutput::Consume(GstBuffer* buffer, const GstVideoInfo& info) {
-  const Retained<QTCaptureDecompressedVideoOutputDelegate> delegate = Enter();
-  if (!delegate) return;
-  try {
-    MappedFrame frame(buffer, info);
+void VideoOutput::Consume(GstBuffer* buffer, const StreamInfo& info) {
+  if (!info.isVideo) return;
+  gate_.Deliver([&](QTCaptureDecompressedVideoOutputDelegate& delegate) {
+    MappedFrame frame(buffer, info.video);
     FrameSample sample(buffer);
-    if (frame.IsMapped()) delegate->CaptureOutput(this, &frame, &sample, nullptr);
-  } catch (abi::__forced_unwind&) {
-    Leave();
-    throw;
-  } catch (...) {
-    // A host's exception ends here: behind this call is C code that knows none.
-  }
-  Leave();
-}
-
-Retained<QTCaptureDecompressedVideoOutputDelegate> VideoOutput::Enter() {
-  const std::lock_guard lock(mutex_);
-  if (!delegate_) return nullptr;
-  inside_.push_back(std::this_thread::get_id());
-  ++delegatesAround;
-  return delegate_;
-}
-
-void VideoOutput::Leave() {
-  --delegatesAround;
-  const std::lock_guard lock(mutex_);
-  inside_.erase(std::find(inside_.begin(), inside_.end(), std::this_thread::get_id()));
-}
-
-bool VideoOutput::IsInsideAnyDelegate() {
-  return delegatesAround > 0;
-}
-
-bool VideoOutput::IsInsideDelegate() const {
-  const std::lock_guard lock(mutex_);
-  return std::find(inside_.begin(), inside_.end(), std::this_thread::get_id()) != inside_.end();
+    if (frame.IsMapped()) delegate.CaptureOutput(this, &frame, &sample, nullptr);
+  });
 }
 
 }  // namespace gstreamer

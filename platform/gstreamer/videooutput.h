@@ -3,38 +3,31 @@
 #define ZORVEX_PLATFORM_GSTREAMER_VIDEOOUTPUT_H
 
 #include <mutex>
-#include <thread>
-#include <vector>
 
-#include "platform/gstreamer/videosink.h"
+#include "platform/gstreamer/callertracker.h"
+#include "platform/gstreamer/streamsink.h"
 #include "platform/qtcaptureoutput.h"
 
 namespace gstreamer {
 
-/// Gives the frames of a run to the delegate, and knows which threads are inside it.
-class VideoOutput final : public QTCaptureDecompressedVideoOutput, public FrameConsumer {
+/// Gives the frames of a run to the delegate.
+class VideoOutput final : public QTCaptureDecompressedVideoOutput, public StreamConsumer {
  public:
-  VideoOutput();
-
-  void SetDelegate(QTCaptureDecompressedVideoOutputDelegate* delegate) override;
+  void SetDelegate(QTCaptureDecompressedVideoOutputDelegate* delegate) override {
+    gate_.Set(delegate);
+  }
   void SetPixelBufferAttributes(const CVPixelBufferAttributes& attributes) override;
   CVPixelBufferAttributes Attributes() const;
 
   /// On the streaming thread; the pixels are mapped for the call, neither copied nor converted.
-  void Consume(GstBuffer* buffer, const GstVideoInfo& info) override;
+  void Consume(GstBuffer* buffer, const StreamInfo& info) override;
 
-  /// Whether the calling thread is inside the delegate, or inside that of any output.
-  bool IsInsideDelegate() const;
-  static bool IsInsideAnyDelegate();
+  CallerTracker& Callers() { return gate_.Callers(); }
 
  private:
-  Retained<QTCaptureDecompressedVideoOutputDelegate> Enter();
-  void Leave();
-
-  mutable std::mutex mutex_;  ///< guards what follows; never held while the delegate is called
-  Retained<QTCaptureDecompressedVideoOutputDelegate> delegate_;
+  DelegateGate<QTCaptureDecompressedVideoOutputDelegate> gate_;
+  mutable std::mutex mutex_;  ///< guards what follows
   CVPixelBufferAttributes attributes_;
-  std::vector<std::thread::id> inside_;
 };
 
 }  // namespace gstreamer

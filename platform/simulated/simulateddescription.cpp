@@ -11,6 +11,7 @@
 
 namespace {
 
+using Avc = SimulatedDescription::Avc;
 using Kind = SimulatedDescription::Kind;
 using Opening = SimulatedDescription::Opening;
 using std::string_view;
@@ -24,23 +25,42 @@ constexpr int kLargestRate = 240;
 constexpr int kLargestRateTerm = 1'000'000;
 constexpr std::uint64_t kFrameLimit = 1'000'000'000;
 constexpr double kSecondsLimit = 3600;
+constexpr double kTapeLimit = 86'400;  ///< in seconds
+constexpr int kSlowestSampling = 8000;
+constexpr int kFastestSampling = 192'000;
+constexpr int kMostChannels = 8;
+constexpr std::uint64_t kMillisecondsLimit = 3'600'000;
 
 SimulatedDescription StandardDevice(Kind kind) {
   SimulatedDescription device;
   device.kind = kind;
-  if (kind == Kind::Camera) {
-    device.name = "Simulated Camera";
-    device.width = 1280;
-    device.height = 720;
-  } else {
-    device.name = "Simulated Camcorder";
-    device.width = 720;
-    device.height = 576;
-    device.rate = {25, 1};
-    device.tapeStart.hours = 1;
+  switch (kind) {
+    case Kind::Camera:
+      device.name = "Simulated Camera";
+      device.width = 1280;
+      device.height = 720;
+      break;
+    case Kind::Camcorder:
+      device.name = "Simulated Camcorder";
+      device.width = 720;
+      device.height = 576;
+      device.rate = {25, 1};
+      device.tapeStart.hours = 1;
+      break;
+    case Kind::Microphone:
+      device.name = "Simulated Microphone";
+      break;
   }
   return device;
 }
+
+struct KindWord {
+  string_view word;
+  Kind kind;
+};
+/// In the order of the standard devices.
+constexpr KindWord kKinds[] = {
+    {"camera", Kind::Camera}, {"camcorder", Kind::Camcorder}, {"microphone", Kind::Microphone}};
 
 string_view Trimmed(string_view text) {
   const std::size_t first = text.find_first_not_of(" \t\r\n");
@@ -83,6 +103,9 @@ bool ParseSize(SimulatedDescription& device, string_view value) {
 }
 
 bool ParseRate(SimulatedDescription& device, string_view value) {
+  if (device.kind == Kind::Microphone) {
+    return ParseNumber(value, kSlowestSampling, kFastestSampling, device.sampleRate);
+  }
   FrameRate rate{0, 1};
   const bool isFraction = value.find('/') != string_view::npos;
   const string_view numerator = TakeUpTo('/', value);
@@ -116,21 +139,47 @@ bool ParseStart(SimulatedDescription& device, string_view value) {
   return value.empty();
 }
 
-bool ParseOpening(SimulatedDescription& device, string_view value) {
-  constexpr std::pair<string_view, Opening> kOpenings[] = {
-      {"works", Opening::Works}, {"refuse", Opening::Refused}, {"hang", Opening::Hangs}};
-  for (const auto& [word, opening] : kOpenings) {
+bool ParseChannels(SimulatedDescription& device, string_view value) {
+  return ParseNumber(value, 1, kMostChannels, device.channels);
+}
+
+bool ParseFormatChange(SimulatedDescription& device, string_view value) {
+  std::uint64_t milliseconds = 0;
+  if (!ParseNumber(value, std::uint64_t{0}, kMillisecondsLimit, milliseconds)) return false;
+  device.changeFormatAfter = std::chrono::milliseconds(milliseconds);
+  return true;
+}
+
+/// The tape is loaded when the whole entry has been read.
+bool ParseTape(SimulatedDescription& device, string_view value) {
+  device.tapeFile = value;
+  device.tape = nullptr;
+  return !value.empty() && value.find('\0') == string_view::npos;
+}
+
+template <class Value>
+struct Word {
+  string_view word;
+  Value value;
+};
+
+constexpr Word<Opening> kOpenings[] = {
+    {"works", Opening::Works}, {"refuse", Opening::Refused}, {"hang", Opening::Hangs}};
+constexpr Word<Avc> kAvcs[] = {{"works", Avc::Works},   {"reject", Avc::Reject},
+                               {"silent", Avc::Silent}, {"garbage", Avc::Garbage},
+                               {"short", Avc::Short},   {"late", Avc::Late}};
+constexpr Word<bool> kFlags[] = {{"yes", true}, {"no", false}};
+constexpr Word<bool> kTransports[] = {{"stop", false}, {"play", true}};
+
+/// One of the words of a table.
+template <auto kField, const auto& kWords>
+bool ParseWord(SimulatedDescription& device, string_view value) {
+  for (const auto& [word, meaning] : kWords) {
     if (value != word) continue;
-    device.opening = opening;
+    device.*kField = meaning;
     return true;
   }
   return false;
-}
-
-template <bool SimulatedDescription::*kField>
-bool ParseFlag(SimulatedDescription& device, string_view value) {
-  device.*kField = value == "yes";
-  return value == "yes" || value == "no";
 }
 
 template <std::optional<std::uint64_t> SimulatedDescription::*kField>
@@ -141,35 +190,51 @@ bool ParseFrames(SimulatedDescription& device, string_view value) {
   return true;
 }
 
-template <auto kField>
+template <auto kField, const double& kLimit = kSecondsLimit>
 bool ParseSeconds(SimulatedDescription& device, string_view value) {
   double seconds = 0;
-  if (!ParseNumber(value, 0.0, kSecondsLimit, seconds)) return false;
+  if (!ParseNumber(value, 0.0, kLimit, seconds)) return false;
   device.*kField =
       std::chrono::round<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
   return true;
 }
 
+constexpr unsigned kCamera = 1, kCamcorder = 2, kMicrophone = 4;
+constexpr unsigned kPictures = kCamera | kCamcorder, kAll = kPictures | kMicrophone;
+
+unsigned Bit(Kind kind) {
+  return kind == Kind::Camera ? kCamera : kind == Kind::Camcorder ? kCamcorder : kMicrophone;
+}
+
+using Device = SimulatedDescription;
+
 struct Option {
   string_view key;
-  bool (*parse)(SimulatedDescription& device, string_view value);
-  bool ofTapesOnly = false;
+  unsigned kinds;
+  bool (*parse)(Device& device, string_view value);
 };
 
 constexpr Option kOptions[] = {
-    {"name", ParseName},
-    {"size", ParseSize},
-    {"rate", ParseRate},
-    {"format", ParseFormat},
-    {"start", ParseStart, true},
-    {"drop-frame", ParseFlag<&SimulatedDescription::dropFrame>, true},
-    {"busy", ParseFlag<&SimulatedDescription::busy>},
-    {"open", ParseOpening},
-    {"unplug-after", ParseFrames<&SimulatedDescription::unplugAfter>},
-    {"stall-after", ParseFrames<&SimulatedDescription::stallAfter>},
-    {"hang-after", ParseFrames<&SimulatedDescription::hangAfter>},
-    {"replug-after", ParseSeconds<&SimulatedDescription::replugAfter>},
-    {"hang-for", ParseSeconds<&SimulatedDescription::hangFor>},
+    {"name", kAll, ParseName},
+    {"size", kPictures, ParseSize},
+    {"rate", kAll, ParseRate},
+    {"format", kPictures, ParseFormat},
+    {"start", kCamcorder, ParseStart},
+    {"drop-frame", kCamcorder, ParseWord<&Device::dropFrame, kFlags>},
+    {"length", kCamcorder, ParseSeconds<&Device::tapeLength, kTapeLimit>},
+    {"tape", kCamcorder, ParseTape},
+    {"transport", kCamcorder, ParseWord<&Device::playsWhenOpened, kTransports>},
+    {"spin-up", kCamcorder, ParseSeconds<&Device::spinUp>},
+    {"avc", kCamcorder, ParseWord<&Device::avc, kAvcs>},
+    {"channels", kMicrophone, ParseChannels},
+    {"change-format-after", kMicrophone, ParseFormatChange},
+    {"busy", kAll, ParseWord<&Device::busy, kFlags>},
+    {"open", kAll, ParseWord<&Device::opening, kOpenings>},
+    {"unplug-after", kAll, ParseFrames<&Device::unplugAfter>},
+    {"stall-after", kAll, ParseFrames<&Device::stallAfter>},
+    {"hang-after", kAll, ParseFrames<&Device::hangAfter>},
+    {"replug-after", kAll, ParseSeconds<&Device::replugAfter>},
+    {"hang-for", kAll, ParseSeconds<&Device::hangFor>},
 };
 
 /// An empty part is allowed, as one that a comma at the end leaves.
@@ -177,16 +242,28 @@ bool ParseOption(SimulatedDescription& device, string_view part) {
   if (Trimmed(part).empty()) return true;
   const string_view key = Trimmed(TakeUpTo('=', part));
   const auto* option = std::ranges::find(kOptions, key, &Option::key);
-  if (option == std::end(kOptions)) return false;
-  if (option->ofTapesOnly && device.kind != Kind::Camcorder) return false;
+  if (option == std::end(kOptions) || (option->kinds & Bit(device.kind)) == 0) return false;
   return option->parse(device, Trimmed(part));
 }
 
-bool ParseOptions(SimulatedDescription& device, string_view options) {
+/// Makes the device one for its tape, whatever its options say about pictures and times.
+bool LoadTape(SimulatedDescription& device, const TapeLoader& loadTape) {
+  if (!device.tape) device.tape = loadTape(device.tapeFile);
+  if (!device.tape) return false;
+  device.width = 720;
+  device.height = device.tape->Height();
+  device.rate = device.tape->Rate();
+  device.dropFrame = false;
+  device.tapeStart = {};
+  return true;
+}
+
+bool ParseOptions(SimulatedDescription& device, string_view options, const TapeLoader& loadTape) {
   while (!options.empty()) {
     if (!ParseOption(device, TakeUpTo(',', options))) return false;
   }
   if (device.kind != Kind::Camcorder) return true;
+  if (!device.tapeFile.empty()) return LoadTape(device, loadTape);
   return TapeCounter::Supports(device.rate, device.dropFrame) &&
          TapeCounter(device.rate, device.dropFrame).FrameAt(device.tapeStart).has_value();
 }
@@ -203,16 +280,17 @@ string_view NameIn(string_view options) {
 
 /// Takes one entry into the list, where the standard devices stand in front; false when the entry
 /// is broken.
-bool TakeEntry(string_view entry, std::vector<SimulatedDescription>& devices) {
-  const string_view word = Trimmed(TakeUpTo(':', entry));
-  if (word != "camera" && word != "camcorder") return false;
-  SimulatedDescription& standard = devices[word == "camera" ? 0 : 1];
+bool TakeEntry(string_view entry, std::vector<SimulatedDescription>& devices,
+               const TapeLoader& loadTape) {
+  const auto* kind = std::ranges::find(kKinds, Trimmed(TakeUpTo(':', entry)), &KindWord::word);
+  if (kind == std::end(kKinds)) return false;
+  SimulatedDescription& standard = devices[static_cast<std::size_t>(kind - kKinds)];
   const string_view name = NameIn(entry);
   const bool isStandard = name.empty() || name == standard.name;
   if (!isStandard && devices.size() == kDeviceLimit) return false;
 
   SimulatedDescription device = isStandard ? standard : StandardDevice(standard.kind);
-  if (!ParseOptions(device, entry)) return false;
+  if (!ParseOptions(device, entry, loadTape)) return false;
   if (isStandard) {
     standard = std::move(device);
   } else {
@@ -223,12 +301,21 @@ bool TakeEntry(string_view entry, std::vector<SimulatedDescription>& devices) {
 
 }  // namespace
 
-SimulatedDescriptions ParseSimulated(string_view text) {
+std::uint64_t TapeFrames(const SimulatedDescription& camcorder) {
+  if (camcorder.tape) return camcorder.tape->Frames();
+  const auto length = std::chrono::nanoseconds(camcorder.tapeLength);
+  const std::uint64_t frames =
+      FramesInTime(camcorder.rate, static_cast<std::uint64_t>(length.count()));
+  return std::max<std::uint64_t>(frames, 1);
+}
+
+SimulatedDescriptions ParseSimulated(string_view text, const TapeLoader& loadTape) {
   SimulatedDescriptions result;
-  result.devices = {StandardDevice(Kind::Camera), StandardDevice(Kind::Camcorder)};
+  for (const auto& [word, kind] : kKinds)
+    result.devices.push_back(StandardDevice(kind));
   while (!text.empty()) {
     const string_view entry = Trimmed(TakeUpTo(';', text));
-    if (entry.empty() || TakeEntry(entry, result.devices)) continue;
+    if (entry.empty() || TakeEntry(entry, result.devices, loadTape)) continue;
     result.broken.emplace_back(entry);
   }
   return result;

@@ -11,10 +11,13 @@
 
 namespace {
 
+using Kind = SimulatedDescription::Kind;
+
 /// Unlike for any two devices: the number tells those of one kind and name apart.
 std::string UniqueId(const SimulatedDescription& device, int number) {
-  const bool isCamera = device.kind == SimulatedDescription::Kind::Camera;
-  std::string id = isCamera ? "simulated:camera" : "simulated:camcorder";
+  std::string id = device.kind == Kind::Camera      ? "simulated:camera"
+                   : device.kind == Kind::Camcorder ? "simulated:camcorder"
+                                                    : "simulated:microphone";
   if (number > 1) id.append("#").append(std::to_string(number));
   return id.append(":").append(device.name);
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/simulated/tapecounter.h"
 
+#include <gst/gst.h>
+
 namespace {
 
 constexpr FrameRate kDropFrameRates[] = {{30000, 1001}, {60000, 1001}};
@@ -10,6 +12,19 @@ std::uint32_t CountedPerSecond(FrameRate rate) {
 }
 
 }  // namespace
+
+std::uint64_t TimeOfFrames(FrameRate rate, std::uint64_t index) {
+  return gst_util_uint64_scale(index, GST_SECOND * static_cast<guint64>(rate.denominator),
+                               static_cast<guint64>(rate.numerator));
+}
+
+std::uint64_t FramesInTime(FrameRate rate, std::uint64_t time) {
+  const std::uint64_t frames =
+      gst_util_uint64_scale(time, static_cast<guint64>(rate.numerator),
+                            GST_SECOND * static_cast<guint64>(rate.denominator));
+  // At the very time of a frame, which is rounded down, the division gives the one before.
+  return TimeOfFrames(rate, frames + 1) <= time ? frames + 1 : frames;
+}
 
 TapeCounter::TapeCounter(FrameRate rate, bool dropFrame)
     : framesPerSecond_(CountedPerSecond(rate)),

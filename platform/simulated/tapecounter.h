@@ -13,6 +13,11 @@ struct FrameRate {
   bool operator==(const FrameRate&) const = default;
 };
 
+/// The time, in nanoseconds, from frame 0 to frame `index`, rounded down.
+std::uint64_t TimeOfFrames(FrameRate rate, std::uint64_t index);
+/// The last frame that has begun after so many nanoseconds, by those times.
+std::uint64_t FramesInTime(FrameRate rate, std::uint64_t time);
+
 /// A SMPTE time code as a tape carries it.
 struct TapeTime {
   int hours = 0;

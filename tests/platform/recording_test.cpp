@@ -104,7 +104,8 @@ std::string TimeCodeTrack(const std::string& path) {
 }
 
 TEST_F(Recording, CarriesTheTimeCodeOfATape) {
-  const SimulatedPlatform platform("camcorder:name=Deck,size=320x240,rate=25,start=09:59:59:20");
+  const SimulatedPlatform platform(
+      "camcorder:name=Deck,size=320x240,rate=25,start=09:59:59:20,transport=play");
   for (const char* name : {"tape.mov", "tape.mp4"}) {
     const unsigned long handle = Open("Deck");
     counter_.frames = 0;
@@ -199,7 +200,8 @@ TEST_F(Recording, GoesOnInAFileOfItsOwnWhenTheStreamChanges) {
       const GstPointer<GstBuffer> frame(
           gst_buffer_new_allocate(nullptr, static_cast<gsize>(width) * 480, nullptr));
       GST_BUFFER_PTS(frame.get()) = i * GST_SECOND / 30;
-      recorder->Push(frame.get(), caps.get(), 0);
+      recorder->Push(gstreamer::MovieRecorder::Track::Pictures, frame.get(), caps.get(),
+                     GST_BUFFER_PTS(frame.get()));
     }
   }
   recorder->Finish(10s);

@@ -2,9 +2,11 @@
 #ifndef ZORVEX_TESTS_SUPPORT_SCRIPTEDPLATFORM_H
 #define ZORVEX_TESTS_SUPPORT_SCRIPTEDPLATFORM_H
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -12,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/audioconverter/linearpcmconverter.h"
 #include "platform/captureplatform.h"
 
 class ScriptedSession;
@@ -41,9 +44,10 @@ class Script {
   }
 
   std::mutex mutex;
-  Retained<QTCaptureDecompressedVideoOutputDelegate> delegate;  // of the newest video output
-  ScriptedSession* running = nullptr;                           // the newest session that runs
-  std::atomic<int> liveObjects{0};                              // devices not counted
+  Retained<QTCaptureDecompressedVideoOutputDelegate> delegate;       // of the newest video output
+  Retained<QTCaptureDecompressedAudioOutputDelegate> soundDelegate;  // of the newest audio output
+  ScriptedSession* running = nullptr;                                // the newest session that runs
+  std::atomic<int> liveObjects{0};                                   // devices not counted
 
  private:
   std::string log_;
@@ -66,22 +70,43 @@ class Scripted : public Interface {
   const std::string name_;
 };
 
-/// Logs "open" and "close". An empty name makes a device that has none.
+/// Logs "open", "close", "uniqueID" and "formats"; a device of sound alone "open:sound" and so on.
+/// An empty name makes a device that has none.
 struct ScriptedDevice final : QTCaptureDevice {
   ScriptedDevice(Script* script, std::string name, std::set<QTMediaType> mediaTypes)
       : script_(*script), name_(std::move(name)), mediaTypes_(std::move(mediaTypes)) {}
   const char* LocalizedDisplayName() const override {
     return name_.empty() ? nullptr : name_.c_str();
   }
-  const char* UniqueID() const override { return LocalizedDisplayName(); }
+  const char* UniqueID() const override {
+    script_.Call("uniqueID" + Kind());
+    return LocalizedDisplayName();
+  }
   bool HasMediaType(QTMediaType type) const override { return mediaTypes_.contains(type); }
   bool IsConnected() const override { return connected; }
   bool IsInUseByAnotherApplication() const override { return false; }
   bool IsOpen() const override { return open_; }
-  bool Open() override { return open_ = script_.Call("open"); }
-  void Close() override { open_ = !script_.Call("close"); }
+  bool Open() override { return open_ = script_.Call("open" + Kind()); }
+  void Close() override { open_ = !script_.Call("close" + Kind()); }
+  std::vector<Retained<QTFormatDescription>> FormatDescriptions() override {
+    script_.Call("formats");
+    return formats;
+  }
+  QTCaptureDeviceAttributes DeviceAttributes() const override { return {hasTransport}; }
+  std::optional<QTCaptureDeviceAVCTransportControls> AVCTransportControlsAttribute() override {
+    return transport;
+  }
+  void SetAVCTransportControlsAttribute(const QTCaptureDeviceAVCTransportControls& set) override {
+    transport = set;
+  }
+  std::string Kind() const {
+    return mediaTypes_ == std::set{QTMediaType::QTMediaTypeSound} ? ":sound" : "";
+  }
 
   std::atomic<bool> connected{true};
+  std::vector<Retained<QTFormatDescription>> formats, streams;  // streams: of its inputs
+  bool hasTransport = false;
+  std::optional<QTCaptureDeviceAVCTransportControls> transport;
 
  private:
   Script& script_;
@@ -91,8 +116,15 @@ struct ScriptedDevice final : QTCaptureDevice {
 };
 
 struct ScriptedInput final : Scripted<QTCaptureDeviceInput> {
-  ScriptedInput(Script* script, QTCaptureDevice* of) : Scripted(script, "input"), device(of) {}
-  const Retained<QTCaptureDevice> device;
+  ScriptedInput(Script* script, ScriptedDevice* of)
+      : Scripted(script, ("input" + of->Kind()).c_str()), device(of) {}
+  std::vector<Retained<QTCaptureConnection>> Connections() override {
+    std::vector<Retained<QTCaptureConnection>> connections;
+    for (const auto& stream : device->streams)
+      connections.push_back(MakeRetained<QTCaptureConnection>(stream));
+    return connections;
+  }
+  const Retained<ScriptedDevice> device;
 };
 
 struct ScriptedVideoOutput final : Scripted<QTCaptureDecompressedVideoOutput> {
@@ -113,6 +145,16 @@ struct ScriptedVideoOutput final : Scripted<QTCaptureDecompressedVideoOutput> {
   }
 };
 
+struct ScriptedAudioOutput final : Scripted<QTCaptureDecompressedAudioOutput> {
+  using Scripted::Scripted;
+  void SetDelegate(QTCaptureDecompressedAudioOutputDelegate* delegate) override {
+    script_.Call(delegate ? "setSound:some" : "setSound:none");
+    Retained previous(delegate);
+    const std::lock_guard lock(script_.mutex);
+    std::swap(script_.soundDelegate, previous);
+  }
+};
+
 struct ScriptedMovieOutput final : Scripted<QTCaptureMovieFileOutput> {
   using Scripted::Scripted;
   void RecordToOutputFileURL(const char* path) override {
@@ -126,9 +168,12 @@ class ScriptedSession final : public Scripted<QTCaptureSession> {
   ~ScriptedSession() override { SetRunning(false); }
 
   bool AddInput(QTCaptureInput* input) override {
-    return Add("addInput", input) && dynamic_cast<ScriptedInput&>(*input).device->IsOpen();
+    const auto& device = dynamic_cast<ScriptedInput&>(*input).device;
+    return Add("addInput" + device->Kind(), input) && device->IsOpen();
   }
-  void RemoveInput(QTCaptureInput* input) override { Remove("removeInput", input); }
+  void RemoveInput(QTCaptureInput* input) override {
+    Remove("removeInput" + dynamic_cast<ScriptedInput&>(*input).device->Kind(), input);
+  }
   bool AddOutput(QTCaptureOutput* output) override {
     return Add("addOutput:" + Kind(output), output);
   }
@@ -139,13 +184,13 @@ class ScriptedSession final : public Scripted<QTCaptureSession> {
     if (script_.Call("startRunning")) SetRunning(true);
   }
   void StopRunning() override {
-    script_.Call("stopRunning");
-    SetRunning(false);
+    if (script_.Call("stopRunning")) SetRunning(false);
   }
   bool IsRunning() const override { return running_; }
 
  private:
   static std::string Kind(QTCaptureOutput* output) {
+    if (dynamic_cast<ScriptedAudioOutput*>(output)) return "audio";
     return dynamic_cast<ScriptedMovieOutput*>(output) ? "movie" : "video";
   }
   bool Add(const std::string& call, NSObject* member) {
@@ -170,19 +215,57 @@ class ScriptedSession final : public Scripted<QTCaptureSession> {
   std::atomic<bool> running_{false};
 };
 
-/// Four bytes of "2vuy".
+/// One piece of sound; without a format, or without buffers, where that is null.
+struct ScriptedSound final : QTSampleBuffer {
+  ScriptedSound(Retained<QTFormatDescription> of, AudioBufferList* samples)
+      : format(std::move(of)), list(samples) {}
+  QTFormatDescription* FormatDescription() const override { return format.get(); }
+  AudioBufferList* AudioBufferListWithOptions(unsigned long options) override {
+    return options == QTSampleBufferAudioBufferListOptionAssure16ByteAlignment ? list : nullptr;
+  }
+  const Retained<QTFormatDescription> format;
+  AudioBufferList* const list;
+};
+
+/// The system's own converter, with an appetite for small pieces; logs "fill" and "reset".
+struct ScriptedConverter final : OpaqueAudioConverter {
+  ScriptedConverter(Script* log, AudioConverterRef of) : script(*log), real(of) {}
+  ~ScriptedConverter() override { script.Call("~converter"); }
+  OSStatus FillComplexBuffer(AudioConverterComplexInputDataProc proc, void* data,
+                             std::uint32_t* packets, AudioBufferList* output,
+                             AudioStreamPacketDescription* description) override {
+    if (!script.Call("fill")) return -1;
+    std::pair input(proc, data);
+    return real->FillComplexBuffer(PullSome, &input, packets, output, description);
+  }
+  static OSStatus PullSome(AudioConverterRef converter, std::uint32_t* packets,
+                           AudioBufferList* list, AudioStreamPacketDescription** description,
+                           void* data) {
+    const auto& [proc, itsData] =
+        *static_cast<std::pair<AudioConverterComplexInputDataProc, void*>*>(data);
+    *packets = std::min(*packets, 300u);
+    return proc(converter, packets, list, description, itsData);
+  }
+  OSStatus Reset() override { return script.Call("reset") ? real->Reset() : -1; }
+
+  Script& script;
+  const std::unique_ptr<OpaqueAudioConverter> real;
+};
+
+/// Four bytes of "2vuy", unless it is to claim something else.
 struct ScriptedFrame final : CVPixelBuffer, QTSampleBuffer {
   ScriptedFrame(Script* log, const std::optional<SMPTETime>& time) : script(*log), timeCode(time) {}
   int LockBaseAddress(std::uint64_t) override { return isLocked = script.Call("lock"); }
   int UnlockBaseAddress(std::uint64_t) override { return isLocked = !script.Call("unlock"); }
   const unsigned char* GetBaseAddress() const override { return isLocked ? pixels : nullptr; }
   std::uint32_t GetPixelFormatType() const override { return FourCharCode("2vuy"); }
-  std::size_t GetWidth() const override { return 2; }
-  std::size_t GetHeight() const override { return 1; }
+  std::size_t GetWidth() const override { return width; }
+  std::size_t GetHeight() const override { return height; }
   std::size_t GetBytesPerRow() const override { return 4; }
   const SMPTETime* SMPTETimeAttribute() const override { return timeCode ? &*timeCode : nullptr; }
 
   static inline const unsigned char pixels[4] = {};
+  static inline std::atomic<std::size_t> width{2}, height{1};
   Script& script;
   const std::optional<SMPTETime> timeCode;
   bool isLocked = false;
@@ -209,11 +292,16 @@ class ScriptedPlatform final : public CapturePlatform, public Script {
     lock.unlock();
     if (!receiver) return false;
     ScriptedFrame frame(this, timeCode);
-    try {
-      receiver->CaptureOutput(nullptr, &frame, &frame, nullptr);
-    } catch (...) {
-      Call("exception");
-    }
+    DropExceptions([&] { receiver->CaptureOutput(nullptr, &frame, &frame, nullptr); });
+    return true;
+  }
+  /// The same with sound.
+  bool Deliver(ScriptedSound sound) {
+    std::unique_lock lock(mutex);
+    const auto receiver = running ? soundDelegate : nullptr;
+    lock.unlock();
+    if (!receiver) return false;
+    DropExceptions([&] { receiver->CaptureOutput(nullptr, &sound, nullptr); });
     return true;
   }
 
@@ -228,11 +316,24 @@ class ScriptedPlatform final : public CapturePlatform, public Script {
   }
   Retained<QTCaptureDeviceInput> NewDeviceInput(QTCaptureDevice* device) override {
     Call("newInput");
-    return MakeRetained<ScriptedInput>(this, device);
+    return MakeRetained<ScriptedInput>(this, dynamic_cast<ScriptedDevice*>(device));
   }
   Retained<QTCaptureDecompressedVideoOutput> NewDecompressedVideoOutput() override {
     Call("newVideo");
     return MakeRetained<ScriptedVideoOutput>(this, "video");
+  }
+  Retained<QTCaptureDecompressedAudioOutput> NewDecompressedAudioOutput() override {
+    Call("newAudio");
+    return MakeRetained<ScriptedAudioOutput>(this, "audio");
+  }
+  OSStatus NewAudioConverter(const AudioStreamBasicDescription& source,
+                             const AudioStreamBasicDescription& destination,
+                             AudioConverterRef* converter) override {
+    if (!Call("newConverter")) return -1;
+    AudioConverterRef real = nullptr;
+    const OSStatus status = NewLinearPcmConverter(source, destination, &real);
+    if (status == noErr) *converter = new ScriptedConverter(this, real);
+    return status;
   }
   Retained<QTCaptureMovieFileOutput> NewMovieFileOutput() override {
     Call("newMovie");
@@ -240,6 +341,16 @@ class ScriptedPlatform final : public CapturePlatform, public Script {
   }
 
   std::vector<Retained<QTCaptureDevice>> devices;
+
+ private:
+  template <class Body>
+  void DropExceptions(Body body) {
+    try {
+      body();
+    } catch (...) {
+      Call("exception");
+    }
+  }
 };
 
 #endif  // ZORVEX_TESTS_SUPPORT_SCRIPTEDPLATFORM_H

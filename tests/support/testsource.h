@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/audioconverter/linearpcmconverter.h"
 #include "platform/captureplatform.h"
 #include "platform/devicelist.h"
 #include "platform/gstreamer/gstreamerplatform.h"
@@ -18,17 +19,26 @@
 /// itself does, without a device's own timing.
 class TestSourceDevice : public SourceDevice {
  public:
-  /// `element` is a factory name with properties, or several in a row, `caps` the mode.
-  TestSourceDevice(std::string element, std::string caps)
-      : SourceDevice("Test Source", "test:source", "test:source"),
+  /// `element` is a factory name with properties, or several in a row (an element at the end, not
+  /// caps), `caps` the mode, or empty for the element's own.
+  TestSourceDevice(std::string element, std::string caps,
+                   QTMediaType mediaType = QTMediaType::QTMediaTypeVideo,
+                   const char* name = "Test Source")
+      : SourceDevice(name, std::string("test:") + name, name),
         description_(std::move(element)),
-        caps_(std::move(caps)) {
+        caps_(std::move(caps)),
+        mediaType_(mediaType) {
     SetDisplayName(Name());
   }
-
-  bool HasMediaType(QTMediaType mediaType) const override {
-    return mediaType == QTMediaType::QTMediaTypeVideo;
+  /// A muxed device: `pictures` and `sound` each end in a pad of their own.
+  static Retained<TestSourceDevice> Muxed(const std::string& pictures, const std::string& sound) {
+    auto device =
+        MakeRetained<TestSourceDevice>(pictures, std::string(), QTMediaType::QTMediaTypeMuxed);
+    device->sound_ = sound;
+    return device;
   }
+
+  bool HasMediaType(QTMediaType mediaType) const override { return mediaType == mediaType_; }
   bool IsConnected() const override { return true; }
   bool IsInUseByAnotherApplication() const override { return false; }
 
@@ -36,14 +46,32 @@ class TestSourceDevice : public SourceDevice {
   bool OpenDevice() override { return true; }
   void CloseDevice() override {}
   Source MakeSource(const CVPixelBufferAttributes&) override {
-    return {gst_parse_bin_from_description(description_.c_str(), TRUE, nullptr),
-            gst_caps_from_string(caps_.c_str())};
+    GError* error = nullptr;
+    GstElement* element = gst_parse_bin_from_description(description_.c_str(), TRUE, &error);
+    if (error) {  // the element is there all the same, without what was not understood
+      g_error_free(error);
+      if (element) gst_object_unref(gst_object_ref_sink(element));
+      return {};
+    }
+    GstCaps* caps = caps_.empty() ? nullptr : gst_caps_from_string(caps_.c_str());
+    if (sound_.empty()) return {element, caps};
+    GstElement* sound = gst_parse_bin_from_description(sound_.c_str(), TRUE, nullptr);
+    GstElement* bin = gst_bin_new(nullptr);
+    for (GstElement* part : {element, sound}) {
+      gst_bin_add(reinterpret_cast<GstBin*>(bin), part);
+      GstPad* pad = gst_element_get_static_pad(part, "src");
+      gst_element_add_pad(bin, gst_ghost_pad_new(part == element ? "src" : "sound", pad));
+      gst_object_unref(pad);
+    }
+    return {bin, caps};
   }
   void SourceEnded() override {}
 
  private:
   const std::string description_;
   const std::string caps_;
+  const QTMediaType mediaType_;
+  std::string sound_;
 };
 
 /// The system's sessions on devices of the test's own.
@@ -56,7 +84,7 @@ class TestSourcePlatform : public CapturePlatform {
   }
   ~TestSourcePlatform() override { Install(nullptr); }
 
-  bool HasClass(const char*) const override { return false; }
+  bool HasClass(const char*) const override { return true; }
   std::vector<Retained<QTCaptureDevice>> InputDevices() override { return devices_; }
   Retained<QTCaptureSession> NewSession() override { return gstreamer::NewSession(); }
   Retained<QTCaptureDeviceInput> NewDeviceInput(QTCaptureDevice* device) override {
@@ -65,8 +93,16 @@ class TestSourcePlatform : public CapturePlatform {
   Retained<QTCaptureDecompressedVideoOutput> NewDecompressedVideoOutput() override {
     return gstreamer::NewDecompressedVideoOutput();
   }
+  Retained<QTCaptureDecompressedAudioOutput> NewDecompressedAudioOutput() override {
+    return gstreamer::NewDecompressedAudioOutput();
+  }
   Retained<QTCaptureMovieFileOutput> NewMovieFileOutput() override {
     return gstreamer::NewMovieFileOutput();
+  }
+  OSStatus NewAudioConverter(const AudioStreamBasicDescription& source,
+                             const AudioStreamBasicDescription& destination,
+                             AudioConverterRef* converter) override {
+    return NewLinearPcmConverter(source, destination, converter);
   }
 
  private:

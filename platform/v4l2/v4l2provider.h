@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#ifndef ZORVEX_PLATFORM_GSTREAMER_V4L2PROVIDER_H
-#define ZORVEX_PLATFORM_GSTREAMER_V4L2PROVIDER_H
+#ifndef ZORVEX_PLATFORM_V4L2_V4L2PROVIDER_H
+#define ZORVEX_PLATFORM_V4L2_V4L2PROVIDER_H
 
 #include <chrono>
 #include <vector>
 
 #include "platform/deviceprovider.h"
-#include "platform/gstreamer/v4l2device.h"
+#include "platform/v4l2/v4l2device.h"
 
 namespace gstreamer {
 
@@ -35,4 +35,4 @@ class V4L2Provider final : public DeviceProvider {
 
 }  // namespace gstreamer
 
-#endif  // ZORVEX_PLATFORM_GSTREAMER_V4L2PROVIDER_H
+#endif  // ZORVEX_PLATFORM_V4L2_V4L2PROVIDER_H

@@ -1,23 +1,21 @@
 // SPDX-License-Identifier: MIT
-#include "platform/gstreamer/v4l2device.h"
+#include "platform/v4l2/v4l2device.h"
 
 #include <fcntl.h>
 #include <linux/videodev2.h>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
-#include <sys/sysmacros.h>
 
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <utility>
 
 #include "platform/boundedcall.h"
-#include "platform/gstreamer/v4l2mode.h"
+#include "platform/v4l2/v4l2formats.h"
+#include "platform/v4l2/v4l2mode.h"
 
 namespace {
 
@@ -46,35 +44,9 @@ bool RequestBuffers(int descriptor, unsigned count) {
   return Ioctl(descriptor, VIDIOC_REQBUFS, &request) == 0;
 }
 
-std::string FirstLine(const fs::path& file) {
-  std::ifstream stream(file);
-  std::string line;
-  std::getline(stream, line);
-  return line;
-}
-
-/// "vendor:product:serial" of the USB device that a sysfs folder lies in; empty without a serial
-/// number, which is what tells two cameras of a kind apart.
-std::string ModelWithSerial(fs::path folder) {
-  for (; folder.has_relative_path(); folder = folder.parent_path()) {
-    std::error_code error;
-    if (!fs::exists(folder / "idVendor", error)) continue;
-    const std::string serial = FirstLine(folder / "serial");
-    if (serial.empty()) return {};
-    return FirstLine(folder / "idVendor") + ":" + FirstLine(folder / "idProduct") + ":" + serial;
-  }
-  return {};
-}
-
 }  // namespace
 
 namespace gstreamer {
-
-V4L2Node LookUpNode(const std::string& path) {
-  struct stat status;
-  if (stat(path.c_str(), &status) != 0 || !S_ISCHR(status.st_mode)) return {path, 0, 0};
-  return {path, status.st_rdev, status.st_ino};
-}
 
 V4L2Identity Identify(const V4L2Node& node) {
   V4L2Identity identity;
@@ -143,6 +115,17 @@ bool V4L2Device::IsInUseByAnotherApplication() const {
     *isBusy = file ? !RequestBuffers(file.Get(), 0) && errno == EBUSY : errno == EBUSY;
   });
   return *isBusy;
+}
+
+std::vector<Retained<QTFormatDescription>> V4L2Device::FormatDescriptions() {
+  const auto formats = std::make_shared<std::vector<Retained<QTFormatDescription>>>();
+  // By a descriptor of its own, which does not ask for the buffer queue: a run goes on unhindered.
+  const BoundedCall call = RunBounded(kAskLimit, [formats, path = Node().path] {
+    const UniqueFd file = OpenNode(path);
+    if (file) *formats = DescribeV4L2Formats(file.Get());
+  });
+  if (call != BoundedCall::Done) return {};
+  return *formats;
 }
 
 bool V4L2Device::OpenDevice() {

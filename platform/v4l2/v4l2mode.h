@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#ifndef ZORVEX_PLATFORM_GSTREAMER_V4L2MODE_H
-#define ZORVEX_PLATFORM_GSTREAMER_V4L2MODE_H
+#ifndef ZORVEX_PLATFORM_V4L2_V4L2MODE_H
+#define ZORVEX_PLATFORM_V4L2_V4L2MODE_H
 
 #include "platform/cvpixelbuffer.h"
 #include "platform/gstreamer/gstpointer.h"
@@ -20,4 +20,4 @@ GstPointer<GstCaps> ChooseMode(GstCaps* offered, const CVPixelBufferAttributes& 
 
 }  // namespace gstreamer
 
-#endif  // ZORVEX_PLATFORM_GSTREAMER_V4L2MODE_H
+#endif  // ZORVEX_PLATFORM_V4L2_V4L2MODE_H

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/gstreamer/v4l2provider.h"
+#include "platform/v4l2/v4l2provider.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,28 +1,17 @@
 // SPDX-License-Identifier: MIT
-#ifndef ZORVEX_PLATFORM_GSTREAMER_V4L2DEVICE_H
-#define ZORVEX_PLATFORM_GSTREAMER_V4L2DEVICE_H
-
-#include <sys/types.h>
+#ifndef ZORVEX_PLATFORM_V4L2_V4L2DEVICE_H
+#define ZORVEX_PLATFORM_V4L2_V4L2DEVICE_H
 
 #include <mutex>
 #include <string>
 
+#include "platform/devicenode.h"
 #include "platform/gstreamer/sourcedevice.h"
 #include "platform/uniquefd.h"
 
 namespace gstreamer {
 
-/// A device node as it is now. A node of the same name that was made later is another one.
-struct V4L2Node {
-  std::string path;  ///< "/dev/video0"
-  dev_t number = 0;  ///< of the device
-  ino_t file = 0;    ///< of the node: its times and permissions may change while it lives
-
-  bool operator==(const V4L2Node&) const = default;
-};
-
-/// The node at a path; number 0 when there is none.
-V4L2Node LookUpNode(const std::string& path);
+using V4L2Node = DeviceNode;
 
 /// What the system knows of a camera's node without and with opening it.
 struct V4L2Identity {
@@ -45,6 +34,7 @@ class V4L2Device final : public SourceDevice {
   bool HasMediaType(QTMediaType mediaType) const override;
   bool IsConnected() const override;
   bool IsInUseByAnotherApplication() const override;
+  std::vector<Retained<QTFormatDescription>> FormatDescriptions() override;
 
   /// Vendor, product and serial number; empty when it has no serial number.
   const std::string& Model() const { return model_; }
@@ -67,4 +57,4 @@ class V4L2Device final : public SourceDevice {
 
 }  // namespace gstreamer
 
-#endif  // ZORVEX_PLATFORM_GSTREAMER_V4L2DEVICE_H
+#endif  // ZORVEX_PLATFORM_V4L2_V4L2DEVICE_H

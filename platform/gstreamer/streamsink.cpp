@@ -1,34 +1,39 @@
 // SPDX-License-Identifier: MIT
-#include "platform/gstreamer/videosink.h"
+#include "platform/gstreamer/streamsink.h"
 
+#include <cxxabi.h>
 #include <gst/base/gstbasesink.h>
 
 #include "platform/gstreamer/handover.h"
 
 namespace {
 
-struct VideoSink {
+struct StreamSink {
   GstBaseSink parent;
-  gstreamer::FrameConsumer* consumer;
-  GstVideoInfo info;
+  gstreamer::StreamConsumer* consumer;
+  gstreamer::StreamInfo info;
   guint buffersHeld;
-  gboolean isVideo;
 };
 
-struct VideoSinkClass {
+struct StreamSinkClass {
   GstBaseSinkClass parent;
 };
 
-VideoSink* Self(gpointer instance) {
-  return static_cast<VideoSink*>(instance);
+StreamSink* Self(gpointer instance) {
+  return static_cast<StreamSink*>(instance);
 }
 
 gboolean SetCaps(GstBaseSink* sink, GstCaps* caps) {
-  VideoSink* self = Self(sink);
+  StreamSink* self = Self(sink);
   const gstreamer::HandOver handOver(self);
+  const GstStructure* format = gst_caps_get_structure(caps, 0);
+  gstreamer::StreamInfo& info = self->info;
+  info.isVideo =
+      gst_structure_has_name(format, "video/x-raw") && gst_video_info_from_caps(&info.video, caps);
+  info.isAudio =
+      gst_structure_has_name(format, "audio/x-raw") && gst_audio_info_from_caps(&info.audio, caps);
   // Without a consumer any stream is accepted, to be dropped.
-  self->isVideo = gst_video_info_from_caps(&self->info, caps);
-  return self->isVideo || !self->consumer;
+  return info.isVideo || info.isAudio || !self->consumer;
 }
 
 gboolean ProposeAllocation(GstBaseSink* sink, GstQuery* query) {
@@ -44,15 +49,22 @@ gboolean ProposeAllocation(GstBaseSink* sink, GstQuery* query) {
 }
 
 GstFlowReturn Render(GstBaseSink* sink, GstBuffer* buffer) {
-  VideoSink* self = Self(sink);
+  StreamSink* self = Self(sink);
   const gstreamer::HandOver handOver(self), frame(buffer);
-  if (self->consumer && self->isVideo) self->consumer->Consume(buffer, self->info);
+  if (!self->consumer) return GST_FLOW_OK;
+  try {
+    self->consumer->Consume(buffer, self->info);
+  } catch (abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
+    // No memory, say: this buffer is lost. Behind this call is C code that knows no exceptions.
+  }
   return GST_FLOW_OK;
 }
 
 void InitialiseClass(gpointer elementClass, gpointer) {
-  gst_element_class_set_static_metadata(static_cast<GstElementClass*>(elementClass), "Frame sink",
-                                        "Sink/Video", "Passes frames to the host by reference",
+  gst_element_class_set_static_metadata(static_cast<GstElementClass*>(elementClass), "Capture sink",
+                                        "Sink", "Passes media to the host by reference",
                                         "The zorvex authors");
   GstPadTemplate* sinkTemplate =
       gst_pad_template_new("sink", GST_PAD_SINK, GST_PAD_ALWAYS, GST_CAPS_ANY);
@@ -71,17 +83,17 @@ void InitialiseInstance(GTypeInstance* instance, gpointer) {
   gst_base_sink_set_async_enabled(sink, FALSE);
 }
 
-GType VideoSinkType() {
+GType StreamSinkType() {
   static const GType type = g_type_register_static_simple(
-      GST_TYPE_BASE_SINK, "ZorvexVideoSink", sizeof(VideoSinkClass), InitialiseClass,
-      sizeof(VideoSink), InitialiseInstance, static_cast<GTypeFlags>(0));
+      GST_TYPE_BASE_SINK, "ZorvexStreamSink", sizeof(StreamSinkClass), InitialiseClass,
+      sizeof(StreamSink), InitialiseInstance, static_cast<GTypeFlags>(0));
   return type;
 }
 
 }  // namespace
 
-GstElement* gstreamer::NewVideoSink(FrameConsumer* consumer, unsigned buffersHeld) {
-  gpointer instance = g_object_new(VideoSinkType(), nullptr);
+GstElement* gstreamer::NewStreamSink(StreamConsumer* consumer, unsigned buffersHeld) {
+  gpointer instance = g_object_new(StreamSinkType(), nullptr);
   const HandOver handOver(instance);
   Self(instance)->consumer = consumer;
   Self(instance)->buffersHeld = buffersHeld;

@@ -3,9 +3,9 @@
 // The exported functions: each one validates its handle, forwards, and lets nothing escape.
 #include "capture/zorvex.h"
 
-#include <cxxabi.h>
-
+#include "capture/contained.h"
 #include "capture/zorvexdevice.h"
+#include "capture/zorvexdeviceformat.h"
 #include "foundation/threads/lockobject.h"
 
 namespace {
@@ -13,19 +13,6 @@ namespace {
 /// The registry's lock: held around finding or making a slot with its first reference, around
 /// retaining and around releasing, and nowhere else.
 LLockObject ZRVXDeviceMutex;
-
-/// Runs the body of an exported function; an exception gives its failure value. The unwinding of a
-/// cancelled thread is no exception and goes on.
-template <class Result, class Body>
-Result Contained(Result failure, Body body) {
-  try {
-    return body();
-  } catch (abi::__forced_unwind&) {
-    throw;
-  } catch (...) {
-    return failure;
-  }
-}
 
 /// Runs `body` on the slot of a handle; `failure` when the handle is invalid.
 template <class Result, class Body>
@@ -86,12 +73,25 @@ bool ZRVXDeviceRelease(unsigned long handle) {
   return OnDeviceLocked(handle, [](ZRVXDevice& device) { device.Release(); });
 }
 
+bool ZRVXDeviceFormatEnumerate(unsigned long handle, IZRVXDeviceFormatEnumerator* enumerator) {
+  const Retained device(ZRVXDevice::GetQTDevice(handle));
+  return ZRVXDeviceFormatEnumerateEx(device.get(), enumerator);
+}
+
 bool ZRVXDeviceOpen(unsigned long handle) {
   return OnDevice(handle, false, [](ZRVXDevice& device) { return device.Open(); });
 }
 
 bool ZRVXDeviceClose(unsigned long handle) {
   return OnDevice(handle, false, [](ZRVXDevice& device) { return device.Close(); });
+}
+
+bool ZRVXDeviceCloseAudioDevice(unsigned long handle) {
+  return OnDevice(handle, false, [](ZRVXDevice& device) { return device.CloseAudioDevice(); });
+}
+
+bool ZRVXDeviceCloseAllAudioDevices() {
+  return ZRVXDevice::CloseAllAudioDevices();
 }
 
 bool ZRVXDeviceIsOpened(unsigned long handle) {
@@ -103,6 +103,25 @@ bool ZRVXDeviceHasMediaType(unsigned long handle, ZRVXDeviceMediaType mediaType)
                   [&](ZRVXDevice& device) { return device.HasMediaType(mediaType); });
 }
 
+bool ZRVXDeviceIsTransportAvailable(unsigned long handle) {
+  return OnDevice(handle, false, [](ZRVXDevice& device) { return device.IsTransportAvailable(); });
+}
+
+ZRVXDeviceTransportMode ZRVXDeviceGetTransportMode(unsigned long handle) {
+  // Deliberate: what is no device at all stands still, and only a device can lack a transport.
+  return OnDevice(handle, ZRVXDeviceTransportModeStop, [](ZRVXDevice& device) {
+    return device.IsTransportAvailable() ? device.GetTransportMode()
+                                         : ZRVXDeviceTransportModeUnavailable;
+  });
+}
+
+void ZRVXDeviceSetTransportMode(unsigned long handle, ZRVXDeviceTransportMode mode) {
+  OnDevice(handle, false, [&](ZRVXDevice& device) {
+    device.SetTransportMode(mode);
+    return true;
+  });
+}
+
 bool ZRVXDeviceStartCapture(unsigned long handle, ZRVXVideoCallBack videoCallBack,
                             long videoCallBackData, unsigned int pixelFormat, unsigned long width,
                             unsigned long height, ZRVXAudioCallBack audioCallBack,
@@ -110,6 +129,22 @@ bool ZRVXDeviceStartCapture(unsigned long handle, ZRVXVideoCallBack videoCallBac
                             unsigned long sampleRate, unsigned long channels,
                             unsigned long bytesPerSample, char const* movieFile) {
   return OnDevice(handle, false, [&](ZRVXDevice& device) {
+    return device.StartCapture(videoCallBack, videoCallBackData, pixelFormat, width, height,
+                               audioCallBack, audioCallBackData, audioFormatFlags, sampleRate,
+                               channels, bytesPerSample, movieFile);
+  });
+}
+
+bool ZRVXDeviceStartCaptureWithAudioDevice(unsigned long handle, char const* audioDeviceName,
+                                           ZRVXVideoCallBack videoCallBack, long videoCallBackData,
+                                           unsigned int pixelFormat, unsigned long width,
+                                           unsigned long height, ZRVXAudioCallBack audioCallBack,
+                                           long audioCallBackData, unsigned int audioFormatFlags,
+                                           unsigned long sampleRate, unsigned long channels,
+                                           unsigned long bytesPerSample, char const* movieFile) {
+  if (!audioDeviceName || audioDeviceName[0] == '\0') return false;
+  return OnDevice(handle, false, [&](ZRVXDevice& device) {
+    device.CreateAudioDevice(audioDeviceName);
     return device.StartCapture(videoCallBack, videoCallBackData, pixelFormat, width, height,
                                audioCallBack, audioCallBackData, audioFormatFlags, sampleRate,
                                channels, bytesPerSample, movieFile);
@@ -136,6 +171,13 @@ bool ZRVXDeviceInvalidateCaptureVideoCallBack(unsigned long handle, ZRVXVideoCal
                                               long data) {
   return OnDevice(handle, false, [&](ZRVXDevice& device) {
     return device.InvalidateCaptureVideoCallBack(callBack, data);
+  });
+}
+
+bool ZRVXDeviceInvalidateCaptureAudioCallBack(unsigned long handle, ZRVXAudioCallBack callBack,
+                                              long data) {
+  return OnDevice(handle, false, [&](ZRVXDevice& device) {
+    return device.InvalidateCaptureAudioCallBack(callBack, data);
   });
 }
 

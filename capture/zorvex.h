@@ -18,14 +18,19 @@
 ///  4. Failures are results: false, or handle 0. Nothing throws out of the library, nothing is
 ///     printed. An exception that leaves a callback is dropped.
 ///  5. Threads. Every function may be called from any thread, and from inside a callback. Calls
-///     that build up or end the use of one device (open, close, start, release) must not overlap
-///     each other; looking at it, stopping it and invalidating its callbacks may overlap anything.
-///     No handle may be released for the last time while another thread still uses it.
+///     that build up or end the use of one device (open, close, start, release, listing its
+///     formats) must not overlap each other, and ZRVXDeviceCloseAllAudioDevices counts as such a
+///     call for every device; looking at it, stopping it and invalidating its callbacks may overlap
+///     anything. No handle may be released for the last time while another thread still uses it.
+///     Asking for a time code, and invalidating a callback, wait for that callback: two callbacks
+///     of one device must not wait for each other like that.
 ///  6. Callbacks come on threads of the platform, one at a time for each callback. The library
 ///     starts no thread for capture and calls back only while a capture runs.
 ///  7. Time. No function waits longer than a few seconds for a device, whatever the device does.
-///     Looking devices up, and asking who uses one, waits for at most a second; all other questions
-///     are answered at once.
+///     Looking devices up, asking who uses one, and asking what a tape does wait for at most a
+///     second; looking devices up takes longer while another thread gives back a device that
+///     records. Formats are looked up once for each device (see ZRVXDeviceFormatEnumerate). All
+///     other questions are answered at once.
 
 #include <zorvex/foundation/export.h>
 #include <zorvex/platform/smptetime.h>
@@ -36,6 +41,17 @@ enum ZRVXDeviceMediaType : unsigned int {
   ZRVXDeviceMediaTypeAudio = 1,  ///< sound or muxed; no device while audio capture is unsupported
   ZRVXDeviceMediaTypeVideo = 2,  ///< video or muxed
   ZRVXDeviceMediaTypeMuxed = 3,  ///< picture and sound in one stream, as tape devices send them
+};
+
+/// What the tape of a device does.
+enum ZRVXDeviceTransportMode : unsigned int {
+  ZRVXDeviceTransportModeStop = 0,
+  ZRVXDeviceTransportModePlay = 1,
+  ZRVXDeviceTransportModeRewind = 2,           ///< fast, without a picture
+  ZRVXDeviceTransportModeFastForward = 3,      ///< fast, without a picture
+  ZRVXDeviceTransportModePlayFastReverse = 4,  ///< with a picture
+  ZRVXDeviceTransportModePlayFastForward = 5,  ///< with a picture
+  ZRVXDeviceTransportModeUnavailable = 6,      ///< an answer only: there is no transport
 };
 
 /// Implemented by the host to receive the names of the devices.
@@ -49,10 +65,23 @@ class IZRVXDeviceEnumerator {
   ~IZRVXDeviceEnumerator() = default;
 };
 
+/// Implemented by the host to receive the formats of a device.
+class IZRVXDeviceFormatEnumerator {
+ public:
+  /// Receives a sound format: a four-character code, 'lpcm' for linear PCM. True goes on; false
+  /// ends the list of sound formats, and the pictures' follows.
+  virtual bool OnDeviceFormatAudio(unsigned int format) = 0;
+  /// Receives a picture format: a pixel format code with a size in pixels. True goes on.
+  virtual bool OnDeviceFormatVideo(unsigned int pixelFormat, unsigned long width,
+                                   unsigned long height) = 0;
+
+ protected:
+  ~IZRVXDeviceFormatEnumerator() = default;
+};
+
 /// Receives one frame, on a thread of the platform.
 ///
-/// \param pixels       first byte of the picture (of its first plane), in the platform's own
-/// memory:
+/// \param pixels       first byte of the picture (of its first plane), in memory of the platform:
 ///                     readable during the call, never to be written or kept
 /// \param pixelFormat  four-character code: '2vuy', 'yuvs', 'BGRA', 'y420', '420v', 24, 32 ...
 /// \param width        in pixels
@@ -67,7 +96,11 @@ typedef void (*ZRVXVideoCallBack)(unsigned char const* pixels, unsigned int pixe
                                   unsigned long width, unsigned long height,
                                   unsigned long bytesPerRow, SMPTETime const* timeCode, long data);
 
-/// Receives one buffer of interleaved PCM, on a thread of the platform.
+/// Receives one buffer of interleaved PCM, of at most 65535 bytes, on a thread of the platform. The
+/// platform delivers some 25 buffers a second; of one that would be longer the end is dropped. A
+/// buffer that cannot be converted to what was asked for is dropped whole.
+///
+/// What ZRVXVideoCallBack says of calls into the library and of waiting holds here too.
 ///
 /// \param samples         valid during the call only
 /// \param formatFlags     linear PCM flags of the samples: 1 float, 2 big endian, 4 signed integer,
@@ -121,10 +154,29 @@ ZORVEX_API bool ZRVXDeviceRetain(unsigned long handle);
 
 /// Gives one reference back; with the last one the handle becomes invalid. A device that captures
 /// is not released: the call is lost (call ZRVXDeviceStopCapture first), but a last reference given
-/// back like that ends the delivery to the callbacks and the recording.
+/// back like that ends the delivery to the callbacks and the recording. Nothing is closed by a
+/// release: call ZRVXDeviceClose, and ZRVXDeviceCloseAudioDevice where a sound device was attached,
+/// before.
 ///
 /// \return false for an invalid handle, else true, also when nothing was released
 ZORVEX_API bool ZRVXDeviceRelease(unsigned long handle);
+
+/// Hands the formats of a device to `enumerator` on the calling thread: its sound formats, then its
+/// picture formats, the widest first.
+///
+/// The first call for a device looks them up and may run the device for a moment to see its first
+/// frame: five seconds at most for that, and a few more for a device that is slow to open or to
+/// stop. On the thread that loaded the library events go on being handled meanwhile. The answer is
+/// kept for the life of the process, also for an unplugged device. So ask before the first capture:
+/// a camera that is captured from already shows the list nothing of what it delivers.
+/// Pictures smaller than the device's own are standard sizes that it can be asked for.
+///
+/// Not to be called by two threads at a time.
+///
+/// \return false for an invalid handle or a null enumerator, for a device without an identifier of
+///         its own, or when the device is known to have no format from a call before
+ZORVEX_API bool ZRVXDeviceFormatEnumerate(unsigned long handle,
+                                          IZRVXDeviceFormatEnumerator* enumerator);
 
 /// Takes the device for this process; true at once when it is open already.
 ///
@@ -138,12 +190,38 @@ ZORVEX_API bool ZRVXDeviceOpen(unsigned long handle);
 /// invalid handle, else true.
 ZORVEX_API bool ZRVXDeviceClose(unsigned long handle);
 
+/// Gives back the separate sound device that ZRVXDeviceStartCaptureWithAudioDevice attached. The
+/// whole capture of the handle stops, pictures too, and is not started again; a recording stays
+/// open, and the next start goes on with it, unless ZRVXDeviceStopRecording is called before.
+///
+/// \return false for an invalid handle, when the capture does not stop, or when no device was found
+///         for the name that was attached; else true, also when none was attached
+ZORVEX_API bool ZRVXDeviceCloseAudioDevice(unsigned long handle);
+
+/// The same for every device handle. True when each of them gave true.
+ZORVEX_API bool ZRVXDeviceCloseAllAudioDevices();
+
 /// Whether this process holds the device open; unplugging does not change it. False for an invalid
 /// handle.
 ZORVEX_API bool ZRVXDeviceIsOpened(unsigned long handle);
 
 /// Whether the device delivers the given kind of media. False for an invalid handle.
 ZORVEX_API bool ZRVXDeviceHasMediaType(unsigned long handle, ZRVXDeviceMediaType mediaType);
+
+/// Whether the device has a tape transport. False for an invalid handle.
+ZORVEX_API bool ZRVXDeviceIsTransportAvailable(unsigned long handle);
+
+/// What the tape does now. A deck may be asked and take a second to answer.
+///
+/// \return ZRVXDeviceTransportModeStop for an invalid handle, ZRVXDeviceTransportModeUnavailable
+///         for a device without a transport or a deck that does not answer. A mode that was set
+///         reads back as it was set. A tape that plays at another speed, slow motion and reverse
+///         play included, reads as fast play in its direction
+ZORVEX_API ZRVXDeviceTransportMode ZRVXDeviceGetTransportMode(unsigned long handle);
+
+/// Tells the tape what to do; every value outside 1 to 5 stops it. Nothing tells whether the device
+/// could: ask for the mode. Does nothing for an invalid handle or without a transport.
+ZORVEX_API void ZRVXDeviceSetTransportMode(unsigned long handle, ZRVXDeviceTransportMode mode);
 
 /// Starts delivery to the callbacks and, with a path, recording. Open the device before.
 ///
@@ -183,6 +261,22 @@ ZORVEX_API bool ZRVXDeviceStartCapture(unsigned long handle, ZRVXVideoCallBack v
                                        unsigned long channels, unsigned long bytesPerSample,
                                        char const* movieFile);
 
+/// The same, with sound from another device. A device that carries sound itself goes on supplying
+/// it, and the other one is then ignored.
+///
+/// \param audioDeviceName  display name of a sound device, not null. Where none is found, it cannot
+///                         be opened, or another handle of this process captures from it, the
+///                         capture goes without sound. A name that differs from the one attached,
+///                         be it in the case of a letter, stops the session and attaches anew
+///
+/// \return as ZRVXDeviceStartCapture; false also for an empty audioDeviceName
+ZORVEX_API bool ZRVXDeviceStartCaptureWithAudioDevice(
+    unsigned long handle, char const* audioDeviceName, ZRVXVideoCallBack videoCallBack,
+    long videoCallBackData, unsigned int pixelFormat, unsigned long width, unsigned long height,
+    ZRVXAudioCallBack audioCallBack, long audioCallBackData, unsigned int audioFormatFlags,
+    unsigned long sampleRate, unsigned long channels, unsigned long bytesPerSample,
+    char const* movieFile);
+
 /// Ends capture and recording; the movie file is finalised. No callback begins after it returned,
 /// and none is in progress, except the one that it was called from. It returns within a few
 /// seconds also when the device hangs or is gone; only then, or when a callback itself does not
@@ -193,7 +287,8 @@ ZORVEX_API bool ZRVXDeviceStartCapture(unsigned long handle, ZRVXVideoCallBack v
 ZORVEX_API bool ZRVXDeviceStopCapture(unsigned long handle);
 
 /// Ends the delivery to the callbacks and finalises the movie file, while the device goes on
-/// running. False for an invalid handle, else true.
+/// running. A callback that is in progress goes on, and can no longer be waited for: invalidate it
+/// before, where that matters. False for an invalid handle, else true.
 ZORVEX_API bool ZRVXDeviceStopRecording(unsigned long handle);
 
 /// Whether a capture runs: true from a successful start to the stop, also when the device was
@@ -218,11 +313,25 @@ ZORVEX_API bool ZRVXDeviceGetSMPTETime(unsigned long handle, SMPTETime* timeCode
 ZORVEX_API bool ZRVXDeviceInvalidateCaptureVideoCallBack(unsigned long handle,
                                                          ZRVXVideoCallBack callBack, long data);
 
+/// The same for a sound callback.
+///
+/// \return whether one of the two matched; false for an invalid handle or when no capture with a
+///         sound callback runs
+ZORVEX_API bool ZRVXDeviceInvalidateCaptureAudioCallBack(unsigned long handle,
+                                                         ZRVXAudioCallBack callBack, long data);
+
 /// Whether the device is plugged in. False for an invalid handle.
 ZORVEX_API bool ZRVXDeviceIsConnected(unsigned long handle);
 
 /// Whether another process holds the device. False for an invalid handle.
 ZORVEX_API bool ZRVXDeviceIsUsedByAnotherApplication(unsigned long handle);
+
+/// A time code in milliseconds: its hours, minutes and seconds, and its frames divided by the rate
+/// of its type; a type that is not known counts 25 frames a second. Numbers that drop-frame
+/// counting leaves out are not made up for. Modulo 2 to the 32nd; subframes are ignored.
+///
+/// \param timeCode  must not be null
+ZORVEX_API unsigned int ZRVXDeviceSMPTE2Milliseconds(SMPTETime const* timeCode);
 
 }  // extern "C"
 

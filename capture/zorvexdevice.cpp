@@ -6,6 +6,8 @@
 #include <cstring>
 #include <span>
 
+#include "capture/contained.h"
+#include "capture/zorvexaudiodelegate.h"
 #include "capture/zorvexvideodelegate.h"
 
 namespace {
@@ -30,15 +32,6 @@ class ZRVXDeviceResourceChecker {
   ~ZRVXDeviceResourceChecker() {}
 };
 ZRVXDeviceResourceChecker Checker;
-
-/// Copies a name into a slot, cut to fit. The first byte, which tells whether the slot is in use,
-/// is written last.
-void StoreName(char (&target)[260], char const* name) {
-  const std::size_t length = strnlen(name, sizeof target - 1);
-  target[length] = '\0';
-  if (length > 1) std::memcpy(target + 1, name + 1, length - 1);
-  std::atomic_ref<char>(target[0]).store(name[0], std::memory_order_release);
-}
 
 /// Runs before the host can call: the slots are emptied, and it is settled whether the platform
 /// captures audio.
@@ -80,6 +73,14 @@ bool ZRVXDevice::IsInUse() const {
   const char first =
       std::atomic_ref<char>(const_cast<char&>(szName[0])).load(std::memory_order_acquire);
   return first != '\0' && pDevice && nRefCount >= 0;
+}
+
+// The first byte, which tells whether the slot is in use, is written last.
+void ZRVXDevice::StoreName(char (&target)[260], char const* name) {
+  const std::size_t length = strnlen(name, sizeof target - 1);
+  target[length] = '\0';
+  if (length > 1) std::memcpy(target + 1, name + 1, length - 1);
+  std::atomic_ref<char>(target[0]).store(name[0], std::memory_order_release);
 }
 
 ZRVXDevice* ZRVXDevice::GetDevice(char const* name, ZRVXDeviceMediaType mediaType) {
@@ -167,6 +168,13 @@ bool ZRVXDevice::HasUsedDevices() {
 
 bool ZRVXDevice::DumpUsedDevices() {
   return HasUsedDevices();
+}
+
+bool ZRVXDevice::CloseAllAudioDevices() {
+  bool areClosed = true;
+  for (ZRVXDevice& slot : UsableSlots())
+    areClosed &= Contained(false, [&] { return slot.CloseAudioDevice(); });
+  return areClosed;
 }
 
 void ZRVXDevice::Clear() {

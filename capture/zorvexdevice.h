@@ -15,6 +15,7 @@
 #include <zorvex/foundation/export.h>
 #include <zorvex/platform/captureplatform.h>
 
+class ZRVXDeviceDecompressedAudioOutputDelegate;
 class ZRVXDeviceDecompressedVideoOutputDelegate;
 
 /// Receives the name and the platform's object of each device; true goes on, false ends the walk.
@@ -80,6 +81,8 @@ class ZORVEX_API ZRVXDevice {
   static bool IsMediaTypeSupported(ZRVXDeviceMediaType mediaType);
   static bool HasUsedDevices();
   static bool DumpUsedDevices();
+  /// Runs CloseAudioDevice on every slot, in use or not; true when each of them gave true.
+  static bool CloseAllAudioDevices();
 
   /// Empties the slot, unless its session runs.
   void Clear();
@@ -104,6 +107,18 @@ class ZORVEX_API ZRVXDevice {
   bool InvalidateCaptureVideoCallBack(ZRVXVideoCallBack callBack, long data);
   bool GetSMPTETime(SMPTETime* timeCode) const;
 
+  /// Attaches a separate device for the sound of the next start, in place of the one attached
+  /// before, whose session stops. Nothing happens for an empty name and for the one that is
+  /// attached already, byte for byte. The name stays attached also when no device has it.
+  void CreateAudioDevice(char const* name);
+  bool CloseAudioDevice();
+  bool InvalidateCaptureAudioCallBack(ZRVXAudioCallBack callBack, long data);
+
+  bool IsTransportAvailable() const;
+  /// What the device answers: for a device without a transport ZRVXDeviceTransportModeUnavailable.
+  ZRVXDeviceTransportMode GetTransportMode() const;
+  void SetTransportMode(ZRVXDeviceTransportMode mode);
+
   /// Whether the platform has audio outputs; found out once, while the library loads. While it is
   /// false no device qualifies as audio.
   static bool bIsAudioRecordingSupported;
@@ -111,9 +126,18 @@ class ZORVEX_API ZRVXDevice {
  private:
   ZORVEX_HIDDEN bool IsInUse() const;
   ZORVEX_HIDDEN void Empty();
+  /// Copies a name into a slot, cut to fit.
+  ZORVEX_HIDDEN static void StoreName(char (&target)[260], char const* name);
   ZORVEX_HIDDEN bool AttachDevice(QTCaptureSession& session);
   ZORVEX_HIDDEN bool AttachVideo(QTCaptureSession& session, ZRVXVideoCallBack callBack, long data,
                                  const CVPixelBufferAttributes& attributes);
+  /// Adds what sound needs; where that fails, the capture is left without sound.
+  ZORVEX_HIDDEN void AttachAudio(QTCaptureSession& session, ZRVXAudioCallBack callBack, long data,
+                                 unsigned int formatFlags, unsigned long sampleRate,
+                                 unsigned long channels, unsigned long bytesPerSample);
+  ZORVEX_HIDDEN void AttachAudioDevice(QTCaptureSession& session);
+  /// Takes everything of sound out of the session, if there is one, and lets go of it.
+  ZORVEX_HIDDEN void DetachAudio(QTCaptureSession* session);
   /// Takes the delegates off the outputs; the session if it runs on an open device, else nothing
   /// happens and none is returned.
   ZORVEX_HIDDEN Retained<QTCaptureSession> EndDelivery();
@@ -129,7 +153,7 @@ class ZORVEX_API ZRVXDevice {
   SlotField<QTCaptureDecompressedVideoOutput> pVideoOutput;
   SlotField<ZRVXDeviceDecompressedVideoOutputDelegate> pVideoDelegate;
   SlotField<QTCaptureDecompressedAudioOutput> pAudioOutput;
-  SlotField<QTCaptureDecompressedAudioOutputDelegate> pAudioDelegate;
+  SlotField<ZRVXDeviceDecompressedAudioOutputDelegate> pAudioDelegate;
   SlotField<QTCaptureMovieFileOutput> pMovieFileOutput;
   std::atomic<std::int32_t> nRefCount;  ///< a negative value makes the slot unusable
 };

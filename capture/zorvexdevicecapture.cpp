@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // The capture half of ZRVXDevice: how a slot's session is built up and taken apart.
+#include "capture/zorvexaudiodelegate.h"
 #include "capture/zorvexdevice.h"
 #include "capture/zorvexvideodelegate.h"
 
@@ -19,22 +20,36 @@ CVPixelBufferAttributes Attributes(unsigned int pixelFormat, unsigned long width
 
 bool ZRVXDevice::StartCapture(ZRVXVideoCallBack videoCallBack, long videoCallBackData,
                               unsigned int pixelFormat, unsigned long width, unsigned long height,
-                              ZRVXAudioCallBack, long, unsigned int, unsigned long, unsigned long,
-                              unsigned long, char const* movieFile) {
+                              ZRVXAudioCallBack audioCallBack, long audioCallBackData,
+                              unsigned int audioFormatFlags, unsigned long sampleRate,
+                              unsigned long channels, unsigned long bytesPerSample,
+                              char const* movieFile) {
   Retained<QTCaptureSession> session = pSession.Get();
   if (!session) {
     session = CapturePlatform::Current().NewSession();
-    // What an older session was built of was never added to this one: the input that a stop left
-    // behind which overlapped a start, and the movie output of a recording that failed, perhaps of
-    // another device that had this slot.
+    // What an older session was built of was never added to this one: what a stop left behind that
+    // overlapped a start (its delegates would call a callback that is thought gone), and the movie
+    // output of a recording that failed, perhaps of another device that had this slot.
     pVideoInput.Set(nullptr);
+    pAudioInput.Set(nullptr);
+    pVideoOutput.Set(nullptr);
+    pVideoDelegate.Set(nullptr);
+    pAudioOutput.Set(nullptr);
+    pAudioDelegate.Set(nullptr);
     pMovieFileOutput.Set(nullptr);
     pSession.Set(session);
   }
   if (!AttachDevice(*session) ||
       (videoCallBack && !AttachVideo(*session, videoCallBack, videoCallBackData,
-                                     Attributes(pixelFormat, width, height))) ||
-      (movieFile && !AttachMovie(*session, movieFile))) {
+                                     Attributes(pixelFormat, width, height)))) {
+    StopCapture();
+    return false;
+  }
+  if (audioCallBack && bIsAudioRecordingSupported) {
+    AttachAudio(*session, audioCallBack, audioCallBackData, audioFormatFlags, sampleRate, channels,
+                bytesPerSample);
+  }
+  if (movieFile && !AttachMovie(*session, movieFile)) {
     StopCapture();
     return false;
   }

@@ -29,6 +29,7 @@ set(ZORVEX_PUBLIC_HEADERS
   capture/slotfield.h
   capture/zorvex.h
   capture/zorvexdevice.h
+  capture/zorvexdeviceformat.h
   foundation/export.h
   foundation/threads/lockobject.h
   foundation/threads/signalobject.h

@@ -29,6 +29,15 @@ void CallBack(unsigned char const* pixels, unsigned int pixelFormat, unsigned lo
 constexpr ZRVXVideoCallBack First = CallBack<firstCalls>;
 constexpr ZRVXVideoCallBack Second = CallBack<secondCalls>;
 
+template <std::atomic<int>& calls>
+void Hear(unsigned char const* samples, unsigned int, unsigned long, unsigned long, unsigned long,
+          unsigned long, long data) {
+  ++calls;
+  if (inCallBack) inCallBack(samples, nullptr, data);
+}
+constexpr ZRVXAudioCallBack FirstSound = Hear<firstCalls>;
+constexpr ZRVXAudioCallBack SecondSound = Hear<secondCalls>;
+
 class CaptureTest : public CaptureFixture {
  protected:
   CaptureTest() { firstCalls = secondCalls = 0; }
@@ -44,13 +53,31 @@ class CaptureTest : public CaptureFixture {
     platform.TakeLog();
   }
 
+  /// A capture of pictures or of sound, what comes of it, and its invalidation.
+  void StartOf(bool sound, long data) {
+    StartFirst({.callBack = sound ? nullptr : First,
+                .data = data,
+                .audioCallBack = sound ? FirstSound : nullptr,
+                .audioData = data});
+  }
+  bool DeliverOf(bool sound) { return sound ? DeliverSound() : platform.Deliver(); }
+  /// The callback is told by its number; 0 for none.
+  bool Invalidate(bool sound, int callBack, long data) {
+    constexpr ZRVXVideoCallBack pictures[] = {nullptr, First, Second};
+    constexpr ZRVXAudioCallBack sounds[] = {nullptr, FirstSound, SecondSound};
+    return sound ? ZRVXDeviceInvalidateCaptureAudioCallBack(handle, sounds[callBack], data)
+                 : ZRVXDeviceInvalidateCaptureVideoCallBack(handle, pictures[callBack], data);
+  }
+
   const unsigned long handle = OpenCamera();
 };
 
 TEST_F(CaptureTest, StartAndStopCallThePlatformInOrder) {
   const std::string video = "newVideo setDelegate:some ";
+  const std::string audio = "newAudio setSound:some addOutput:audio ";
   const std::string movie = "newMovie record:m.mov addOutput:movie ";
   const std::string noVideo = "removeOutput:video ~video ";
+  const std::string noAudio = "removeOutput:audio ~audio ";
   const std::string noMovie = "removeOutput:movie ~movie ";
   const struct {
     StartArguments arguments;
@@ -65,15 +92,19 @@ TEST_F(CaptureTest, StartAndStopCallThePlatformInOrder) {
       {{.callBack = First, .width = 640, .height = 480, .movieFile = "m.mov"},
        video + "setAttributes:-,640,480 addOutput:video " + movie,
        noVideo + noMovie},
+      {{.audioCallBack = FirstSound}, audio, noAudio},
+      {{.callBack = First, .movieFile = "m.mov", .audioCallBack = FirstSound},
+       video + "addOutput:video " + audio + movie,
+       noVideo + noAudio + noMovie},
   };
   for (const auto& row : rows) {
     EXPECT_TRUE(Start(handle, row.arguments));
     EXPECT_EQ(platform.TakeLog(), "newSession newInput addInput " + row.added + "startRunning");
     EXPECT_TRUE(ZRVXDeviceIsCapturing(handle));
     EXPECT_TRUE(ZRVXDeviceStopCapture(handle));
-    EXPECT_EQ(platform.TakeLog(), (row.arguments.callBack ? "setDelegate:none " : "") +
-                                      ("stopRunning removeInput ~input " + row.removed) +
-                                      "~session");
+    EXPECT_EQ(platform.TakeLog(), std::string(row.arguments.callBack ? "setDelegate:none " : "") +
+                                      (row.arguments.audioCallBack ? "setSound:none " : "") +
+                                      "stopRunning removeInput ~input " + row.removed + "~session");
     EXPECT_FALSE(ZRVXDeviceIsCapturing(handle));
     EXPECT_TRUE(ZRVXDeviceStopCapture(handle) && ZRVXDeviceStopRecording(handle));
     EXPECT_EQ(platform.TakeLog(), "");
@@ -81,27 +112,35 @@ TEST_F(CaptureTest, StartAndStopCallThePlatformInOrder) {
 }
 
 TEST_F(CaptureTest, ASecondStartKeepsTheFirstCallBackAndAddsWhatIsNew) {
-  StartFirst({.callBack = First, .data = 1});
+  StartFirst({.callBack = First, .data = 1, .audioCallBack = FirstSound, .audioData = 1});
   inCallBack = [&](auto*, auto*, long data) { EXPECT_EQ(data, 1); };
-  EXPECT_TRUE(Start(handle, {.callBack = Second, .data = 2, .width = 320, .movieFile = "m.mov"}));
+  EXPECT_TRUE(Start(handle, {.callBack = Second,
+                             .data = 2,
+                             .width = 320,
+                             .movieFile = "m.mov",
+                             .audioCallBack = SecondSound,
+                             .audioData = 2}));
   EXPECT_EQ(platform.TakeLog(),
-            "setDelegate:some setAttributes:-,320,- addOutput:video newMovie record:m.mov "
-            "addOutput:movie");
-  EXPECT_TRUE(platform.Deliver());
-  EXPECT_TRUE(firstCalls == 1 && secondCalls == 0);
+            "setDelegate:some setAttributes:-,320,- addOutput:video setSound:some addOutput:audio "
+            "newMovie record:m.mov addOutput:movie");
+  EXPECT_TRUE(platform.Deliver() && DeliverSound());
+  EXPECT_TRUE(firstCalls == 2 && secondCalls == 0);
 }
 
 TEST_F(CaptureTest, StopRecordingEndsTheDeliveryAndANewStartResumesIt) {
-  StartFirst({.callBack = First, .movieFile = "m.mov"});
+  StartFirst({.callBack = First, .movieFile = "m.mov", .audioCallBack = FirstSound});
   EXPECT_TRUE(ZRVXDeviceStopRecording(handle));
-  EXPECT_EQ(platform.TakeLog(), "setDelegate:none removeOutput:movie ~movie");
+  EXPECT_EQ(platform.TakeLog(), "setDelegate:none setSound:none removeOutput:movie ~movie");
   EXPECT_TRUE(ZRVXDeviceIsCapturing(handle));
-  EXPECT_FALSE(platform.Deliver() || ZRVXDeviceInvalidateCaptureVideoCallBack(handle, First, 0));
-  EXPECT_TRUE(Start(handle, {.callBack = Second, .movieFile = "n.mov"}));
+  for (const bool sound : {false, true})
+    EXPECT_FALSE(DeliverOf(sound) || Invalidate(sound, 1, 0));
+  EXPECT_TRUE(
+      Start(handle, {.callBack = Second, .movieFile = "n.mov", .audioCallBack = SecondSound}));
   EXPECT_EQ(platform.TakeLog(),
-            "setDelegate:some addOutput:video newMovie record:n.mov addOutput:movie");
-  EXPECT_TRUE(platform.Deliver());
-  EXPECT_TRUE(firstCalls == 0 && secondCalls == 1);
+            "setDelegate:some addOutput:video setSound:some addOutput:audio newMovie record:n.mov "
+            "addOutput:movie");
+  EXPECT_TRUE(platform.Deliver() && DeliverSound());
+  EXPECT_TRUE(firstCalls == 0 && secondCalls == 2);
 }
 
 // A failure and an exception of each step: what is left serves the next start, unless the session
@@ -192,50 +231,55 @@ TEST_F(CaptureTest, FramesAreHandedOverLockedAndUncopiedWithTheirTimeCode) {
 
 TEST_F(CaptureTest, InvalidatingComparesCallBackAndDataOnTheirOwn) {
   const struct {
-    ZRVXVideoCallBack callBack;
+    int callBack;
     long data;
     bool expected;
     int calls;     // of one frame afterwards
     long newData;  // what the callback gets, or what is left to match
-  } rows[] = {
-      {First, 7, true, 0, 0},   {First, 8, true, 0, 7},   {Second, 7, true, 1, 0},
-      {Second, 8, false, 1, 7}, {nullptr, 7, true, 1, 0}, {nullptr, 0, false, 1, 7},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(&row - rows);
-    firstCalls = 0;
-    inCallBack = [&](auto*, auto*, long data) { EXPECT_EQ(data, row.newData); };
-    StartFirst({.callBack = First, .data = 7});
-    EXPECT_EQ(ZRVXDeviceInvalidateCaptureVideoCallBack(handle, row.callBack, row.data),
-              row.expected);
-    EXPECT_TRUE(platform.Deliver());
-    EXPECT_EQ(firstCalls, row.calls);
-    EXPECT_EQ(platform.TakeLog().empty(), row.calls == 0);  // else not even locked
-    EXPECT_TRUE(ZRVXDeviceInvalidateCaptureVideoCallBack(handle, Second, row.newData));
-    EXPECT_TRUE(ZRVXDeviceStopCapture(handle));
+  } rows[] = {{1, 7, true, 0, 0},  {1, 8, true, 0, 7}, {2, 7, true, 1, 0},
+              {2, 8, false, 1, 7}, {0, 7, true, 1, 0}, {0, 0, false, 1, 7}};
+  for (const bool sound : {false, true}) {
+    EXPECT_FALSE(Invalidate(sound, 1, 7));
+    for (const auto& row : rows) {
+      SCOPED_TRACE(&row - rows);
+      firstCalls = 0;
+      inCallBack = [&](auto*, auto*, long data) { EXPECT_EQ(data, row.newData); };
+      StartOf(sound, 7);
+      EXPECT_EQ(Invalidate(sound, row.callBack, row.data), row.expected);
+      EXPECT_TRUE(DeliverOf(sound));
+      EXPECT_EQ(firstCalls, row.calls);
+      EXPECT_EQ(platform.TakeLog().empty(), row.calls == 0);  // else not even locked
+      EXPECT_TRUE(Invalidate(sound, 2, row.newData));
+      EXPECT_FALSE(Invalidate(!sound, 1, 7));
+      EXPECT_TRUE(ZRVXDeviceStopCapture(handle));
+    }
   }
 }
 
 TEST_F(CaptureTest, InvalidatingWaitsForTheFrameInFlight) {
-  StartFirst();
-  std::latch entered(1), leave(1);
-  int written = 0;  // unguarded on purpose: the invalidation orders the accesses
-  inCallBack = [&](auto...) {
-    entered.count_down();
-    leave.wait();
-    written = 1;
-  };
-  std::jthread platformThread([&] { platform.Deliver(); });
-  entered.wait();
-  auto invalidated = std::async(std::launch::async, [&] {
-    EXPECT_TRUE(ZRVXDeviceInvalidateCaptureVideoCallBack(handle, First, 1));
-    return written;
-  });
-  EXPECT_EQ(invalidated.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
-  leave.count_down();
-  EXPECT_EQ(invalidated.get(), 1);
-  EXPECT_TRUE(platform.Deliver());
-  EXPECT_EQ(firstCalls, 1);
+  for (const bool sound : {false, true}) {
+    StartOf(sound, 0);
+    firstCalls = 0;
+    std::latch entered(1), leave(1);
+    int written = 0;  // unguarded on purpose: the invalidation orders the accesses
+    inCallBack = [&](auto...) {
+      entered.count_down();
+      leave.wait();
+      written = 1;
+    };
+    std::jthread platformThread([&] { DeliverOf(sound); });
+    entered.wait();
+    auto invalidated = std::async(std::launch::async, [&] {
+      EXPECT_TRUE(Invalidate(sound, 1, 1));
+      return written;
+    });
+    EXPECT_EQ(invalidated.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    leave.count_down();
+    EXPECT_EQ(invalidated.get(), 1);
+    EXPECT_TRUE(DeliverOf(sound));
+    EXPECT_EQ(firstCalls, 1);
+    EXPECT_TRUE(ZRVXDeviceStopCapture(handle));
+  }
 }
 
 TEST_F(CaptureTest, ACallBackMayInvalidateStopAndRelease) {
@@ -273,6 +317,21 @@ TEST_F(CaptureTest, FramesAndQuestionsMayOverlapStops) {
     ASSERT_FALSE(ZRVXDeviceIsCapturing(handle));
     ASSERT_THAT(platform.TakeLog(), Not(HasSubstr("not there")));
   }
+}
+
+/// A stop whose last step meets the next start takes that start's session away. Its callback is
+/// then gone for the host, and no later capture may call it.
+TEST_F(CaptureTest, AStopThatOverlapsAStartLeavesNoCallbackBehind) {
+  StartFirst({.callBack = First, .movieFile = "m.mov"});
+  platform.On("removeOutput:movie", [&] { return Start(handle, {.callBack = First}); });
+  EXPECT_TRUE(ZRVXDeviceStopCapture(handle));
+  ASSERT_FALSE(ZRVXDeviceIsCapturing(handle));
+  ASSERT_TRUE(Start(handle, {.callBack = Second}));
+  firstCalls = secondCalls = 0;
+  EXPECT_TRUE(platform.Deliver());
+  EXPECT_EQ(firstCalls, 0);
+  EXPECT_EQ(secondCalls, 1);
+  EXPECT_TRUE(ZRVXDeviceStopCapture(handle));
 }
 
 }  // namespace

@@ -46,10 +46,7 @@ int Accepted(unsigned long handle) {
   return accepted;
 }
 
-class RegistryTest : public CaptureFixture {
- protected:
-  RegistryTest() { ZRVXDevice::bIsAudioRecordingSupported = true; }
-};
+class RegistryTest : public CaptureFixture {};
 
 TEST_F(RegistryTest, HandleIsTheAddressOfOneOf64Slots) {
   constexpr auto size = sizeof(ZRVXDevice);

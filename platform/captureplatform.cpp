@@ -9,6 +9,7 @@
 
 #include "platform/audioconverter/linearpcmconverter.h"
 #include "platform/devicelist.h"
+#include "platform/firewire/firewireprovider.h"
 #include "platform/gstreamer/gstreamerplatform.h"
 #include "platform/simulated/simulatedprovider.h"
 #include "platform/v4l2/v4l2provider.h"
@@ -28,6 +29,7 @@ std::vector<std::unique_ptr<DeviceProvider>> Providers() {
   if (!gstreamer::Initialise()) return providers;
   if (wanted != "simulated") {
     providers.push_back(std::make_unique<gstreamer::V4L2Provider>());
+    providers.push_back(firewire::NewFireWireProvider());
   }
   if (wanted == "simulated" || wanted == "all") {
     providers.push_back(NewSimulatedProvider(Environment("ZORVEX_SIMULATED")));

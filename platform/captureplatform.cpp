@@ -12,6 +12,7 @@
 #include "platform/firewire/firewireprovider.h"
 #include "platform/gstreamer/gstreamerplatform.h"
 #include "platform/simulated/simulatedprovider.h"
+#include "platform/sound/soundprovider.h"
 #include "platform/v4l2/v4l2provider.h"
 
 namespace {
@@ -29,6 +30,7 @@ std::vector<std::unique_ptr<DeviceProvider>> Providers() {
   if (!gstreamer::Initialise()) return providers;
   if (wanted != "simulated") {
     providers.push_back(std::make_unique<gstreamer::V4L2Provider>());
+    providers.push_back(std::make_unique<gstreamer::SoundProvider>());
     providers.push_back(firewire::NewFireWireProvider());
   }
   if (wanted == "simulated" || wanted == "all") {

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <condition_variable>
 #include <csignal>
 #include <cstdio>
@@ -19,6 +20,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -26,6 +28,8 @@
 #include <vector>
 
 #include <zorvex/zorvex.h>
+
+#include "platform/captureplatform.h"
 
 namespace {
 
@@ -363,6 +367,29 @@ INSTANTIATE_TEST_SUITE_P(
                       Wish{"BGRA", kBGRA, 320, 180}, Wish{"YUY2", kYUY2, 320, 180},
                       Wish{"I420", kI420, 320, 180}, Wish{"I420AndOddSize", kI420, 202, 98}),
     [](const auto& test) { return test.param.name; });
+
+/// The driver's webcam has these sizes in every format.
+TEST_F(V4L2, TellsItsFormatsWhileItRuns) {
+  Receiver receiver;
+  Camera camera(kFirst);
+  ASSERT_TRUE(camera.Open());
+  ASSERT_TRUE(camera.Start(receiver, 0, 320, 180));
+  ASSERT_TRUE(receiver.WaitFor(1));
+  std::map<unsigned int, std::vector<std::string>> sizes;
+  for (const auto& format : CapturePlatform::Current().InputDevices()[0]->FormatDescriptions()) {
+    const auto size =
+        format->FormatDescriptionAttributes().QTFormatDescriptionVideoEncodedPixelsSizeAttribute;
+    ASSERT_TRUE(size);
+    sizes[format->FormatType()].push_back(std::to_string(std::lround(size->width)) + "x" +
+                                          std::to_string(std::lround(size->height)));
+  }
+  for (const unsigned int format : {kYUY2, kUYVY, kBGRA, kI420, 24U, 32U}) {
+    EXPECT_THAT(sizes[format],
+                ::testing::IsSupersetOf({"320x180", "640x360", "1280x720", "3840x2160"}))
+        << format;
+  }
+  EXPECT_TRUE(receiver.WaitForMore(3));
+}
 
 TEST_F(V4L2, TwoCamerasDeliverAtOnce) {
   Receiver fromFirst, fromSecond;

@@ -14,6 +14,7 @@ enum class ExitCode {
   CannotOpen = 5,
   CannotWrite = 6,
   Lost = 7,
+  Unable = 8,
   Interrupted = 130,
 };
 

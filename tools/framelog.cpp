@@ -11,10 +11,6 @@ namespace {
 
 constexpr std::size_t intervalLimit = 4096;
 
-double SecondsBetween(CaptureClock::time_point from, CaptureClock::time_point to) {
-  return std::chrono::duration<double>(to - from).count();
-}
-
 /// The time between two frames where none is missing: the mean of those intervals that are near the
 /// median. The jitter of their neighbours cancels out in it, so that it holds over a long capture,
 /// where the median alone would be too coarse.

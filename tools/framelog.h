@@ -4,13 +4,11 @@
 
 #include <zorvex/zorvex.h>
 
-#include <chrono>
 #include <optional>
 #include <vector>
 
+#include "tools/captureclock.h"
 #include "tools/picture.h"
-
-using CaptureClock = std::chrono::steady_clock;
 
 struct FrameSummary {
   unsigned long frames = 0;

@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "tools/options.h"
 
-#include <CLI/CLI.hpp>
-#include <algorithm>
-#include <charconv>
-#include <filesystem>
 #include <map>
-#include <string_view>
 
-namespace {
+#include "tools/commandline.h"
+#include "tools/transport.h"
 
 const char* const helpFooter = R"(Exit codes:
     0  done
@@ -16,82 +12,41 @@ const char* const helpFooter = R"(Exit codes:
     3  there is no such device
     4  the device is used by another application
     5  the device is unplugged, or cannot be opened or started
-    6  the movie or a picture cannot be written, or the movie ended early on a full disk
+    6  a movie, sound or picture cannot be written, or ended early on a full disk
     7  the device delivered nothing, or was lost before the end; what came until then is written
+    8  the device has not what is asked for: picture, sound, formats, time code or tape transport,
+       or its tape does not obey
   130  interrupted by Ctrl-C or SIGTERM; what came until then is written, the movie is complete.
        A second Ctrl-C exits at once
 
 Environment:
   ZORVEX_DEVICES    which devices there are: system (default), simulated, or all)";
 
-const char* const captureFooter =
-    R"(Dropped frames are counted by time code where the device sends one with each frame. Else they are
-estimated from the times of arrival: as many as are missing to a steady rate.
+namespace {
 
-The JSON report: frames, width, height, bytesPerRow, pixelFormat, firstTimeCode, lastTimeCode,
-framesPerSecond, dropped, movie, snapshot, contactSheet; null for what there is none of.
+const char* const examples = R"(Examples:
+  zvcap devices
+  zvcap formats "Simulated Camera" --json
+  zvcap capture "Simulated Camcorder" --movie tape.mov --wav tape.wav
+  zvcap capture "Simulated Microphone" --audio 48000:1:3 --wav voice.wav --seconds 60
+  zvcap transport "Simulated Camcorder" rewind
+  zvcap timecode "Simulated Camcorder"
+
 )";
 
-/// All of `text` as a number that is not 0.
-std::optional<unsigned long> ParseCount(std::string_view text) {
-  unsigned long value = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, value);
-  if (error != std::errc() || stop != end || value == 0) return std::nullopt;
-  return value;
-}
+const char* const transportFooter =
+    R"(MODE is stop, play, rewind, forward, shuttle-reverse or shuttle-forward, or status to only ask.
+Waits up to five seconds for the deck to do what it is told, and prints what it does then.
 
-void SetSize(CaptureOptions& options, const std::string& text) {
-  constexpr unsigned long limit = 32768;
-  const std::size_t cross = text.find('x');
-  const auto width = ParseCount(text.substr(0, cross));
-  const auto height = cross == std::string::npos ? width : ParseCount(text.substr(cross + 1));
-  if (cross == std::string::npos || !width || !height || *width > limit || *height > limit) {
-    throw CLI::ValidationError("--size", "\"" + text + "\" is no size such as 640x480");
-  }
-  options.width = *width;
-  options.height = *height;
-}
+A simulated deck lives in one process: the next one finds its tape as it was at first.
 
-void SetPixelFormat(CaptureOptions& options, const std::string& text) {
-  const auto code = ParsePixelFormat(text);
-  if (!code) {
-    throw CLI::ValidationError("--pixel-format",
-                               "\"" + text + "\" is no pixel format such as 2vuy, BGRA or 32");
-  }
-  options.pixelFormat = *code;
-}
+)";
 
-void SetSeconds(CaptureOptions& options, const std::string& text) {
-  constexpr double limit = 1e6;
-  double seconds = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, seconds);
-  if (error != std::errc() || stop != end || !(seconds > 0) || seconds > limit) {
-    throw CLI::ValidationError("--seconds", "must be more than 0 and at most 1000000");
-  }
-  options.seconds = seconds;
-}
+const char* const timeCodeFooter =
+    R"(Captures from the device until a frame with a time code comes, a few seconds at most. The tape is
+left as it is: it has to be playing.
 
-void SetFrames(CaptureOptions& options, const std::string& text) {
-  const auto frames = ParseCount(text);
-  if (!frames) throw CLI::ValidationError("--frames", "must be a number of 1 or more");
-  options.frames = *frames;
-}
-
-/// The files must differ, or one would overwrite another.
-void CheckOutputs(const CaptureOptions& options) {
-  const auto same = [](const std::string& a, const std::string& b) {
-    const auto path = [](const std::string& file) {
-      return std::filesystem::absolute(file).lexically_normal();
-    };
-    return !a.empty() && !b.empty() && path(a) == path(b);
-  };
-  if (same(options.movie, options.snapshot) || same(options.movie, options.contactSheet) ||
-      same(options.snapshot, options.contactSheet)) {
-    throw CLI::ValidationError("--movie, --snapshot, --contact-sheet", "must name different files");
-  }
-}
+)";
 
 void SetType(DevicesOptions& options, const std::string& text) {
   const std::map<std::string, ZRVXDeviceMediaType> types{{"any", ZRVXDeviceMediaTypeAny},
@@ -105,20 +60,13 @@ void SetType(DevicesOptions& options, const std::string& text) {
   options.mediaType = found->second;
 }
 
-/// An option with one value, which `set` takes over or refuses.
-template <class Options>
-CLI::Option* AddValue(CLI::App& command, const char* option, const char* value, const char* help,
-                      Options& options, void (*set)(Options&, const std::string&)) {
-  return command
-      .add_option_function<std::string>(
-          option, [&options, set](const std::string& text) { set(options, text); }, help)
-      ->option_text(value);
-}
-
-void AddFile(CLI::App& command, const char* option, std::string& file, const char* help) {
-  command.add_option(option, file, help)->option_text("FILE")->check([](const std::string& text) {
-    return text.empty() ? std::string("needs the name of a file") : std::string();
-  });
+void SetMode(TransportOptions& options, const std::string& text) {
+  if (text == "status") return;
+  options.mode = ParseTransportMode(text);
+  if (!options.mode) {
+    throw CLI::ValidationError(
+        "MODE", "must be status, stop, play, rewind, forward, shuttle-reverse or shuttle-forward");
+  }
 }
 
 void AddDevices(CLI::App& app, DevicesOptions& options) {
@@ -130,60 +78,59 @@ void AddDevices(CLI::App& app, DevicesOptions& options) {
   command.add_flag("--json", options.json, "As an array of {name, media, connected}");
 }
 
-void AddCapture(CLI::App& app, CaptureOptions& options) {
-  CLI::App& command = *app.add_subcommand("capture", "Capture from a device");
-  command.add_option("NAME", options.device, "The device, as \"zvcap devices\" names it")
-      ->required()
-      ->option_text(" ");
-  auto* seconds = AddValue(command, "--seconds", "S",
-                           "How long, from the first frame on; 5 unless told", options, SetSeconds);
-  AddValue(command, "--frames", "N", "How many frames, instead of how long", options, SetFrames)
-      ->excludes(seconds);
-  AddValue(command, "--size", "WxH", "Size of the pictures; the device's own unless told", options,
-           SetSize);
-  AddValue(command, "--pixel-format", "CODE",
-           "Pixel format: 2vuy, yuvs, BGRA, y420, 420v, 24, 32 ...", options, SetPixelFormat);
-  AddFile(command, "--movie", options.movie, "Record a movie: .mov, .mp4, .mkv or .avi");
-  AddFile(command, "--snapshot", options.snapshot, "Write the frame in the middle as PNG");
-  AddFile(command, "--contact-sheet", options.contactSheet,
-          "Write a page of twelve small frames as PNG");
-  command.add_flag("--json", options.json, "Report as a JSON object");
-  command.final_callback([&options] { CheckOutputs(options); });
-  command.footer(captureFooter + std::string(helpFooter));
+void AddFormats(CLI::App& app, FormatsOptions& options) {
+  CLI::App& command = *app.add_subcommand("formats", "List the formats of a device");
+  AddDevice(command, options.device);
+  command.add_flag("--json", options.json,
+                   "As {audio: [code], video: [{pixelFormat, width, height}]}");
+  command.footer(helpFooter);
+}
+
+void AddTransport(CLI::App& app, TransportOptions& options) {
+  CLI::App& command = *app.add_subcommand("transport", "Drive a tape deck");
+  AddDevice(command, options.device);
+  AddValue(command, "MODE", " ", "What the tape is to do; unless told, only what it does is asked",
+           options, SetMode);
+  command.footer(transportFooter + std::string(helpFooter));
+}
+
+void AddTimeCode(CLI::App& app, TimeCodeOptions& options) {
+  CLI::App& command = *app.add_subcommand("timecode", "Print the time code of a tape");
+  AddDevice(command, options.device);
+  command.footer(timeCodeFooter + std::string(helpFooter));
 }
 
 }  // namespace
 
-std::optional<std::uint32_t> ParsePixelFormat(const std::string& text) {
-  constexpr std::size_t codeLength = 4;
-  if (text.size() == codeLength) {
-    const auto printable = [](unsigned char c) { return c >= 0x20 && c < 0x7f; };
-    if (!std::all_of(text.begin(), text.end(), printable)) return std::nullopt;
-    std::uint32_t code = 0;
-    for (const char c : text) {
-      code = code << 8 | static_cast<unsigned char>(c);
-    }
-    return code;
-  }
-  const auto number = ParseCount(text);
-  if (!number || *number > UINT32_MAX) return std::nullopt;
-  return static_cast<std::uint32_t>(*number);
+void AddDevice(CLI::App& command, std::string& device) {
+  command.add_option("NAME", device, "The device, as \"zvcap devices\" names it")
+      ->required()
+      ->option_text(" ");
 }
 
-std::variant<DevicesOptions, CaptureOptions, ExitCode> ParseCommandLine(int argc, char** argv) {
-  CLI::App app("Lists and captures from cameras and tape decks", "zvcap");
+std::variant<Command, ExitCode> ParseCommandLine(int argc, char** argv) {
+  CLI::App app("Lists, captures from and drives cameras, microphones and tape decks", "zvcap");
   app.set_version_flag("--version", "zvcap " ZORVEX_VERSION);
   app.require_subcommand(1);
-  app.footer(helpFooter);
+  app.footer(examples + std::string(helpFooter));
   DevicesOptions devices;
+  FormatsOptions formats;
   CaptureOptions capture;
+  TransportOptions transport;
+  TimeCodeOptions timeCode;
   AddDevices(app, devices);
+  AddFormats(app, formats);
   AddCapture(app, capture);
+  AddTransport(app, transport);
+  AddTimeCode(app, timeCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? ExitCode::Done : ExitCode::Usage;
   }
   if (app.got_subcommand("devices")) return devices;
-  return capture;
+  if (app.got_subcommand("formats")) return formats;
+  if (app.got_subcommand("capture")) return capture;
+  if (app.got_subcommand("transport")) return transport;
+  return timeCode;
 }

@@ -19,11 +19,16 @@ std::size_t TerminalColumns() {
 }
 
 std::string Status(const CaptureState& state) {
-  if (state.frames == 0) return " waiting for the first frame";
+  if (state.seconds == 0 && state.frames == 0) return " waiting for the first frame";
   char text[96];
-  std::snprintf(text, sizeof text, " %3.0f %%  %lu frames  %.1f s", state.share * 100, state.frames,
-                state.seconds);
-  return text + (state.timeCode ? "  " + TimeCodeText(*state.timeCode) : std::string());
+  int length = std::snprintf(text, sizeof text, " %3.0f %%", state.share * 100);
+  std::string status(text, static_cast<std::size_t>(length));
+  if (state.frames > 0) status += "  " + std::to_string(state.frames) + " frames";
+  length = std::snprintf(text, sizeof text, "  %.1f s", state.seconds);
+  status.append(text, static_cast<std::size_t>(length));
+  if (state.timeCode) status += "  " + TimeCodeText(*state.timeCode);
+  if (!state.levels.empty()) status += "  " + MeterText(state.levels);
+  return status;
 }
 
 }  // namespace
@@ -46,4 +51,15 @@ void Progress::Show(const CaptureState& state) const {
   const std::string line =
       "[" + std::string(done, '#') + std::string(bar - done, '-') + "]" + status;
   std::fprintf(stderr, "\r%s\033[K", line.substr(0, columns - 1).c_str());
+}
+
+std::string MeterText(const std::vector<Level>& levels) {
+  if (levels.empty()) return {};
+  std::string text;
+  for (const auto& [peak, rms] : levels) {
+    char level[64];
+    std::snprintf(level, sizeof level, "%.0f/%.0f ", peak, rms);
+    text += level;
+  }
+  return text + "dBFS";
 }

@@ -2,9 +2,12 @@
 #ifndef ZORVEX_TOOLS_PROGRESS_H
 #define ZORVEX_TOOLS_PROGRESS_H
 
-#include "tools/framesink.h"
+#include <string>
 
-/// A progress bar in the last line of the terminal; nothing where the error output is none.
+#include "tools/capturesink.h"
+
+/// A progress bar in the last line of the terminal, with a meter of the sound's level; nothing
+/// where the error output is none.
 class Progress {
  public:
   Progress();
@@ -17,5 +20,8 @@ class Progress {
  private:
   const bool enabled_;
 };
+
+/// Peak and RMS of each channel: "-12/-15 -12/-15 dBFS"; empty without a channel.
+std::string MeterText(const std::vector<Level>& levels);
 
 #endif  // ZORVEX_TOOLS_PROGRESS_H

@@ -27,18 +27,7 @@ nlohmann::ordered_json PathOrNull(const std::string& path) {
   return path.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(path);
 }
 
-}  // namespace
-
-std::string PixelFormatText(std::uint32_t code) {
-  std::string text;
-  for (int shift = 24; shift >= 0; shift -= 8)
-    text += static_cast<char>(code >> shift & 0xff);
-  const auto printable = [](char c) { return c >= 0x20 && c < 0x7f; };
-  return std::all_of(text.begin(), text.end(), printable) ? text : std::to_string(code);
-}
-
-void PrintReport(const Report& report) {
-  const FrameSummary& s = report.summary;
+void PrintPictures(const FrameSummary& s) {
   std::printf("%-15s%lu in %.2f s\n", "Frames", s.frames, s.seconds);
   if (s.frames > 0) {
     std::printf("%-15s%lux%lu, %s, %lu bytes per row\n", "Picture", s.format.width, s.format.height,
@@ -50,13 +39,75 @@ void PrintReport(const Report& report) {
                 TimeCodeText(*s.lastTimeCode).c_str());
   }
   std::printf("%-15s%lu\n", "Dropped", s.dropped);
+}
+
+std::string LevelText(const std::vector<Level>& levels, double Level::*value) {
+  std::string text;
+  for (const auto& level : levels) {
+    char number[32];
+    std::snprintf(number, sizeof number, "%s%.1f", text.empty() ? "" : ", ", level.*value);
+    text += number;
+  }
+  return text;
+}
+
+void PrintSound(const SoundSummary& s) {
+  std::printf("%-15s%lu frames in %.2f s\n", "Sound", s.frames, s.seconds);
+  if (s.frames > 0) {
+    std::printf("%-15s%s\n", "", AudioFormatText(s.format).c_str());
+    std::printf("%-15speak %s dBFS, RMS %s dBFS\n", "Level",
+                LevelText(s.levels, &Level::peak).c_str(),
+                LevelText(s.levels, &Level::rms).c_str());
+  }
+  std::printf("%-15s%lu\n", "Lost", s.lost);
+}
+
+nlohmann::ordered_json LevelsJson(const std::vector<Level>& levels, double Level::*value) {
+  auto list = nlohmann::ordered_json::array();
+  for (const auto& level : levels)
+    list.push_back(level.*value);  // what is not finite is written as null
+  return list;
+}
+
+nlohmann::ordered_json SoundJson(const SoundSummary& s) {
+  nlohmann::ordered_json json;
+  json["frames"] = s.frames;
+  json["rate"] = s.format.sampleRate;
+  json["channels"] = s.format.channels;
+  json["bytes"] = s.format.bytesPerSample;
+  json["format"] = s.frames == 0 ? nlohmann::ordered_json()
+                                 : nlohmann::ordered_json(s.format.IsFloat() ? "float" : "integer");
+  json["peak"] = LevelsJson(s.levels, &Level::peak);
+  json["rms"] = LevelsJson(s.levels, &Level::rms);
+  json["lost"] = s.lost;
+  return json;
+}
+
+}  // namespace
+
+std::string PixelFormatText(std::uint32_t code) {
+  std::string text;
+  for (int shift = 24; shift >= 0; shift -= 8)
+    text += static_cast<char>(code >> shift & 0xff);
+  const auto printable = [](char c) { return c >= 0x20 && c < 0x7f; };
+  return std::all_of(text.begin(), text.end(), printable) ? text : std::to_string(code);
+}
+
+void Complain(const std::string& message) {
+  std::fprintf(stderr, "zvcap: %s\n", message.c_str());
+}
+
+void PrintReport(const Report& report) {
+  if (report.pictures) PrintPictures(*report.pictures);
+  if (report.sound) PrintSound(*report.sound);
   PrintFile("Movie", report.movie);
   PrintFile("Snapshot", report.snapshot);
   PrintFile("Contact sheet", report.contactSheet);
+  PrintFile("WAV", report.wav);
 }
 
 void PrintJsonReport(const Report& report) {
-  const FrameSummary& s = report.summary;
+  const FrameSummary s = report.pictures.value_or(FrameSummary());
   nlohmann::ordered_json json;
   json["frames"] = s.frames;
   json["width"] = s.format.width;
@@ -69,8 +120,10 @@ void PrintJsonReport(const Report& report) {
   json["lastTimeCode"] = OrNull(s.lastTimeCode, TimeCodeText);
   json["framesPerSecond"] = OrNull(s.framesPerSecond, [](double value) { return value; });
   json["dropped"] = s.dropped;
+  json["sound"] = OrNull(report.sound, SoundJson);
   json["movie"] = PathOrNull(report.movie);
   json["snapshot"] = PathOrNull(report.snapshot);
   json["contactSheet"] = PathOrNull(report.contactSheet);
+  json["wav"] = PathOrNull(report.wav);
   std::printf("%s\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
 }

@@ -12,10 +12,12 @@
 #include <unistd.h>
 
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "tests/support/tone.h"
 #include "tools/picture.h"
 
 namespace fs = std::filesystem;
@@ -58,6 +60,22 @@ Picture ReadPng(const std::string& file) {
   return picture;
 }
 
+/// One channel of a file, as a program of others reads it; nothing without that program.
+std::vector<float> ReadSound(const std::string& file, int channel) {
+  const Outcome raw = Execute("ffmpeg -v error -i '" + file + "' -af 'pan=mono|c0=c" +
+                              std::to_string(channel) + "' -c:a pcm_f32le -f f32le - 2>/dev/null");
+  std::vector<float> samples(raw.output.size() / sizeof(float));
+  std::memcpy(samples.data(), raw.output.data(), samples.size() * sizeof(float));
+  return samples;
+}
+
+/// Frames of a drop-frame tape from 01:01:00;02 on, within a minute before and after it.
+int FromTheMinute(const std::string& timeCode) {
+  int hours = 0, minutes = 0, seconds = 0, frames = 0;
+  std::sscanf(timeCode.c_str(), "%d:%d:%d;%d", &hours, &minutes, &seconds, &frames);
+  return minutes == 0 ? (seconds - 60) * 30 + frames : seconds * 30 + frames - 2;
+}
+
 /// A folder of its own for each test.
 class ZvcapTest : public testing::Test {
  protected:
@@ -69,7 +87,9 @@ class ZvcapTest : public testing::Test {
            "camera:name=Small,size=320x240,format=yuvs;camera:name=Busy,busy=yes;"
            "camera:name=Refused,open=refuse;camera:name=Gone,unplug-after=20;"
            "camera:name=Stalled,stall-after=20;camera:name=Silent,stall-after=0;"
-           "camcorder:name=Tape,start=01:00:59:28,drop-frame=yes,rate=30000/1001,size=720x480",
+           "camcorder:name=Tape,start=01:00:59:10,drop-frame=yes,rate=30000/1001,size=720x480;"
+           "camcorder:name=Playing,transport=play,start=02:03:04:05;camcorder:name=Deaf,avc=silent;"
+           "microphone:name=Used,busy=yes;microphone:name=Mute,stall-after=0",
            1);
   }
   ~ZvcapTest() override {
@@ -120,6 +140,13 @@ TEST_F(ZvcapTest, RefusesWithACodeAndAMessageThatHelps) {
       {"capture Small --pixel-format 4294967296", 2, "no pixel format"},
       {"capture Small --movie ''", 2, "needs the name of a file"},
       {"capture Small --movie a --snapshot ./a", 2, "different files"},
+      {"capture Small --movie a --wav ./a", 2, "different files"},
+      {"capture Small --audio 48000:2", 2, "no format such as 48000:2:2"},
+      {"capture Small --audio 192000:8:4", 2, "more sound than can be converted"},
+      {"transport Tape pause", 2, "shuttle-reverse or"},
+      {"formats smal", 3, "Did you mean \"Small\"?"},
+      {"capture Small --audio-device Mut", 3, "no sound device \"Mut\". Did you mean \"Mute\"?"},
+      {"capture Small --audio-device Used", 4, "\"Used\" is used by another application"},
       {"capture smal", 3, "Did you mean \"Small\"?"},
       {"capture 'Simulated Camcoder'", 3, "Did you mean \"Simulated Camcorder\" or"},
       {"capture 'nothing like it'", 3, "\"Busy\", "},
@@ -131,7 +158,18 @@ TEST_F(ZvcapTest, RefusesWithACodeAndAMessageThatHelps) {
       {"capture Small --movie $F/folder", 6, "it is a folder"},
       {"capture Small --movie /dev/null", 6, "no ordinary file"},
       {"capture Small --snapshot /proc/a.png", 6, "cannot write the picture"},
+      {"capture Small --wav $F/no/a.wav", 6, "cannot write the sound"},
       {"capture Silent", 7, "\"Silent\" delivers nothing"},
+      {"capture Small --audio-device Mute --seconds 2", 7, "\"Mute\" delivers no sound"},
+      {"capture Tape --no-transport", 7, "has to be playing"},
+      {"timecode Tape", 7, "the tape of \"Tape\" stands still"},
+      {"timecode Small", 8, "no time code"},
+      {"timecode Mute", 8, "no pictures"},
+      {"transport Small", 8, "no tape transport"},
+      {"transport Deaf play", 8, "does not answer"},
+      {"capture Mute --frames 3", 8, "no pictures"},
+      {"capture Small --wav $F/a.wav", 8, "no sound. Name a sound device"},
+      {"capture Tape --audio-device Mute", 8, "sends sound itself"},
   };
   for (const auto& [arguments, code, message] : cases) {
     EXPECT_EQ(Zvcap(arguments).code, code) << arguments << error_;
@@ -142,30 +180,98 @@ TEST_F(ZvcapTest, RefusesWithACodeAndAMessageThatHelps) {
 
 TEST_F(ZvcapTest, ListsTheDevices) {
   const json all = json::parse(Zvcap("devices --json").output);
-  EXPECT_EQ(all.size(), 9u);
-  EXPECT_EQ(json::parse(Zvcap("devices --json --type video").output), all);
-  const json muxed = json::parse(Zvcap("devices --json --type muxed").output);
-  ASSERT_EQ(muxed.size(), 2u);
-  EXPECT_EQ(muxed[1].at("name"), "Tape");
-  EXPECT_EQ(muxed[1].at("media"), "muxed");
-  EXPECT_EQ(muxed[1].at("connected"), true);
-  EXPECT_THAT(Zvcap("devices").output, HasSubstr("\nSmall                video  yes\n"));
+  EXPECT_EQ(all.size(), 14u);
+  EXPECT_EQ(json::parse(Zvcap("devices --json --type video").output).size(), 11u);
+  EXPECT_EQ(json::parse(Zvcap("devices --json --type muxed").output).size(), 4u);
+  const json sound = json::parse(Zvcap("devices --json --type audio").output);
+  ASSERT_EQ(sound.size(), 7u);
+  EXPECT_EQ(sound.back(), json({{"name", "Mute"}, {"media", "audio"}, {"connected", true}}));
+  EXPECT_THAT(Zvcap("devices").output, HasSubstr("\nSmall                 video  yes\n"));
+}
+
+TEST_F(ZvcapTest, ListsFormats) {
+  const json camera = json::parse(Zvcap("formats Small --json").output);
+  EXPECT_EQ(camera.at("audio"), json::array());
+  EXPECT_EQ(camera.at("video").at(0),
+            json({{"pixelFormat", "yuvs"}, {"width", 320}, {"height", 240}}));
+  EXPECT_EQ(Zvcap("formats Mute").output, "MEDIA  FORMAT  SIZE\naudio  lpcm\n");
+  const json tape = json::parse(Zvcap("formats Tape --json").output);
+  EXPECT_EQ(tape.at("audio"), json({"lpcm"}));
+  EXPECT_EQ(tape.at("video").at(0).at("width"), 720);
+}
+
+TEST_F(ZvcapTest, DrivesTapes) {
+  for (const std::string mode :
+       {"stop", "play", "rewind", "forward", "shuttle-reverse", "shuttle-forward"}) {
+    EXPECT_EQ(Zvcap("transport Playing " + mode).output, mode + "\n") << error_;
+  }
+  EXPECT_EQ(Zvcap("transport Playing status").output, "stop\n");
+  EXPECT_THAT(Zvcap("timecode Playing").output, testing::StartsWith("02:03:04:"));
+}
+
+TEST_F(ZvcapTest, CapturesSound) {
+  const struct {
+    const char* arguments;
+    json format;  ///< rate, channels, bytes, format
+    double seconds;
+  } cases[] = {
+      {"'Simulated Microphone' --audio 0:0:0", {44100, 2, 2, "integer"}, 0.8},
+      {"'Simulated Microphone' --audio 32000:2:1", {32000, 2, 1, "integer"}, 0.8},
+      {"Small --audio-device 'Simulated Microphone' --audio 96000:2:3",
+       {96000, 2, 3, "integer"},
+       0.8},
+      {"Small --audio-device 'simulated microphone' --audio 48000:2:0:float",
+       {48000, 2, 4, "float"},
+       0.8},
+  };
+  for (const auto& [arguments, format, seconds] : cases) {
+    SCOPED_TRACE(arguments);
+    const json report = Capture(std::string(arguments) + " --seconds 0.8 --wav $F/a.wav");
+    const json sound = report.at("sound");
+    const double rate = sound.at("rate");
+    EXPECT_EQ(json({rate, sound["channels"], sound["bytes"], sound["format"]}), format);
+    EXPECT_NEAR(sound.at("frames").get<double>() / rate, 0.8, report["frames"] == 0 ? 0 : 0.2);
+    for (const int channel : {0, 1}) {
+      EXPECT_NEAR(sound.at("peak").at(channel), -6, 0.2);
+      const auto samples = ReadSound(File("a.wav"), channel);
+      if (samples.empty()) GTEST_SKIP() << "needs ffmpeg";
+      EXPECT_EQ(samples.size(), sound.at("frames"));
+      EXPECT_NEAR(LevelOf(samples, channel == 0 ? 1000 : 440, rate), -6, 0.5);
+    }
+  }
+}
+
+TEST_F(ZvcapTest, AKilledCaptureLeavesSound) {
+  const pid_t program = fork();
+  if (program == 0) {
+    execl(ZVCAP, ZVCAP, "capture", "Simulated Microphone", "--wav", File("a.wav").c_str(), nullptr);
+    _exit(127);
+  }
+  std::error_code none;
+  while (fs::file_size(File("a.wav"), none) == std::uintmax_t(-1) ||
+         fs::file_size(File("a.wav"), none) < 300'000) {
+    usleep(10'000);
+  }
+  kill(program, SIGKILL);
+  waitpid(program, nullptr, 0);
+  const auto samples = ReadSound(File("a.wav"), 0);
+  EXPECT_TRUE(samples.empty() || samples.size() > 60'000) << samples.size();
 }
 
 TEST_F(ZvcapTest, ReportsWhatCame) {
-  const json report = Capture("tape --frames 10 --movie $F/a.mov");
-  EXPECT_EQ(report.at("frames"), 10);
+  const json report = Capture("tape --frames 25 --movie $F/a.mov");
+  EXPECT_EQ(report.at("frames"), 25);
   EXPECT_EQ(report.at("width"), 720);
   EXPECT_EQ(report.at("height"), 480);
   EXPECT_GE(report.at("bytesPerRow"), 1440);
   EXPECT_EQ(report.at("pixelFormat"), "2vuy");
   EXPECT_GT(report.at("framesPerSecond"), 5);
+  EXPECT_TRUE(report.at("sound").is_null());
   // The numbers ;00 and ;01 are left out at the turn of the minute. Where the machine is too busy
   // for every frame, the last one is so much later.
-  EXPECT_EQ(report.at("firstTimeCode"), "01:00:59;28");
-  char last[32];
-  std::snprintf(last, sizeof last, "01:01:00;%02d", 9 + report.at("dropped").get<int>());
-  EXPECT_EQ(report.at("lastTimeCode"), last);
+  const int first = FromTheMinute(report.at("firstTimeCode"));
+  EXPECT_NEAR(first, -20, 5);
+  EXPECT_EQ(FromTheMinute(report.at("lastTimeCode")) - first, 24 + report.at("dropped").get<int>());
   EXPECT_EQ(report.at("movie"), File("a.mov"));
 
   const json other =

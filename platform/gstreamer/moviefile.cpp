@@ -214,6 +214,7 @@ bool MovieFile::AppendPictureCoding(Chain& chain, const GstStructure& format) {
 
 void MovieFile::PushPicture(GstBuffer* buffer, GstClockTimeDiff time) {
   latestPicture_ = time;
+  soundWithoutPicture_ = 0;
   if (sound_) sound_->FillUpTo(time - kSoundIsLate);
   auto* source = reinterpret_cast<GstAppSrc*>(source_);
   if (gst_app_src_get_current_level_buffers(source) >= mostWaiting_) return;
@@ -230,8 +231,8 @@ void MovieFile::PushPicture(GstBuffer* buffer, GstClockTimeDiff time) {
 
 void MovieFile::PushSound(GstBuffer* buffer, GstCaps* caps, GstClockTimeDiff time) {
   if (!sound_) return;
-  sound_->Push(buffer, caps, time);
-  if (!source_ || havePicturesEnded_ || time < latestPicture_ + kPicturesHaveEnded) return;
+  soundWithoutPicture_ += sound_->Push(buffer, caps, time);
+  if (!source_ || havePicturesEnded_ || soundWithoutPicture_ < kPicturesHaveEnded) return;
   havePicturesEnded_ = true;
   gst_app_src_end_of_stream(reinterpret_cast<GstAppSrc*>(source_));
 }

@@ -89,6 +89,7 @@ class MovieFile {
   guint64 mostWaiting_ = 0;                 ///< pictures
   std::optional<GstClockTimeDiff> offset_;  ///< from a picture's stamp to its time
   GstClockTimeDiff latestPicture_ = 0;
+  GstClockTimeDiff soundWithoutPicture_ = 0;  ///< since the latest one; a pause of both is no sound
 };
 
 }  // namespace gstreamer

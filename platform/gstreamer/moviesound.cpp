@@ -130,14 +130,15 @@ bool MovieSound::IsFull() const {
   return gst_app_src_get_current_level_bytes(source_) >= kWaitingBytes;
 }
 
-void MovieSound::Push(GstBuffer* buffer, GstCaps* caps, GstClockTimeDiff time) {
+GstClockTimeDiff MovieSound::Push(GstBuffer* buffer, GstCaps* caps, GstClockTimeDiff time) {
   GstAudioInfo info;
-  if (!gst_audio_info_from_caps(&info, caps) || GST_AUDIO_INFO_BPF(&info) <= 0) return;
-  if (!ArrangeChannels(info, storage_)) return;
+  if (!gst_audio_info_from_caps(&info, caps) || GST_AUDIO_INFO_BPF(&info) <= 0) return 0;
+  if (!ArrangeChannels(info, storage_)) return 0;
   if (!hasFormat_ || !gst_audio_info_is_equal(&info, &info_)) SetFormat(info);
 
   const auto frameBytes = static_cast<guint64>(GST_AUDIO_INFO_BPF(&info_));
   guint64 frames = gst_buffer_get_size(buffer) / frameBytes;
+  const GstClockTimeDiff length = TimeOf(frames);
   guint64 first = 0;
   const GstClockTimeDiff ahead = time - Position();
   if (!isInStep_ || ahead > kTolerance || ahead < -kTolerance) {
@@ -148,12 +149,13 @@ void MovieSound::Push(GstBuffer* buffer, GstCaps* caps, GstClockTimeDiff time) {
   frames -= first;
   if (frames == 0 || IsFull()) {
     isInStep_ = false;
-    return;
+    return length;
   }
   GstBuffer* part = gst_buffer_copy_region(
       buffer, static_cast<GstBufferCopyFlags>(GST_BUFFER_COPY_MEMORY | GST_BUFFER_COPY_DEEP),
       first * frameBytes, frames * frameBytes);
   Append(part, frames);
+  return length;
 }
 
 void MovieSound::FillUpTo(GstClockTimeDiff time) {

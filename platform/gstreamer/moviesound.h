@@ -37,7 +37,8 @@ class MovieSound {
   /// Adds interleaved PCM of these caps and at most 16 channels, by copy; `time` is that of its
   /// first sample in the movie, and what lies before 0 is left out. Sound that comes while too much
   /// waits is replaced by silence.
-  void Push(GstBuffer* buffer, GstCaps* caps, GstClockTimeDiff time);
+  /// Gives how long the sound lasts.
+  GstClockTimeDiff Push(GstBuffer* buffer, GstCaps* caps, GstClockTimeDiff time);
   /// Puts in silence where there is no sound up to a time in the movie.
   void FillUpTo(GstClockTimeDiff time);
   /// No more sound follows.

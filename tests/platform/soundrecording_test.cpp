@@ -130,30 +130,52 @@ TEST_F(SoundRecording, WhatIsMissingIsMadeUpFor) {
   }
 }
 
-/// The tape's sound has a short tone where its time code begins a second.
+/// The tape's sound has a short tone where its time code begins a second, from the first sample of
+/// that picture's time on. Expects that of every second; gives how many there are.
+int SecondsInStep(const Movie& movie, const MovieSoundTrack& sound) {
+  int seconds = 0;
+  const auto span = static_cast<std::size_t>(sound.rate / 100);
+  const auto level = [&](std::size_t from) {
+    return LevelOf(std::span(sound.samples).subspan(from, span), 1000, sound.rate);
+  };
+  for (std::size_t i = 0; i < movie.burntIn.size(); ++i) {
+    if (!movie.burntIn[i].ends_with(":00")) continue;
+    const auto at = static_cast<std::size_t>((movie.seconds[i] - sound.begin) * sound.rate + 0.5);
+    if (at < 2 * span || at + 2 * span >= sound.samples.size()) continue;
+    ++seconds;
+    EXPECT_GT(level(at + 48), -14) << movie.burntIn[i];
+    EXPECT_LT(level(at - span - 48), -25) << movie.burntIn[i];
+  }
+  return seconds;
+}
+
+constexpr const char* kDeck = "camcorder:name=Deck,size=320x240,rate=25,transport=play,spin-up=0";
+
 TEST_F(SoundRecording, SoundAndPicturesOfATapeAreInStep) {
-  const SimulatedPlatform platform("camcorder:name=Deck,size=320x240,rate=25,transport=play");
+  const SimulatedPlatform platform(kDeck);
   for (const char* name : {"tape.mov", "tape.mkv", "tape.avi"}) {
     SCOPED_TRACE(name);
     Record("Deck", nullptr, Path(name), 3200ms);
-    const Movie movie = PlayMovie(Path(name));
-    const MovieSoundTrack sound = PlayMovieSound(Path(name));
-    int seconds = 0;
-    for (std::size_t i = 0; i < movie.burntIn.size(); ++i) {
-      if (!movie.burntIn[i].ends_with(":00")) continue;
-      // The tone is loud from the first sample of the picture's time on, and quiet before.
-      const auto at = static_cast<std::size_t>((movie.seconds[i] - sound.begin) * sound.rate + 0.5);
-      const auto span = static_cast<std::size_t>(sound.rate / 100);
-      if (at < 2 * span || at + 2 * span >= sound.samples.size()) continue;
-      ++seconds;
-      const auto level = [&](std::size_t from) {
-        return LevelOf(std::span(sound.samples).subspan(from, span), 1000, sound.rate);
-      };
-      EXPECT_GT(level(at + 48), -14) << movie.burntIn[i];
-      EXPECT_LT(level(at - span - 48), -25) << movie.burntIn[i];
-    }
-    EXPECT_GE(seconds, 2);
+    EXPECT_GE(SecondsInStep(PlayMovie(Path(name)), PlayMovieSound(Path(name))), 2);
   }
+}
+
+TEST_F(SoundRecording, ATapeThatPausesStaysInOneMovieAndInStep) {
+  const SimulatedPlatform platform(kDeck);
+  const unsigned long handle = ZRVXDeviceGet("Deck", ZRVXDeviceMediaTypeAny);
+  const std::jthread transport([handle] {
+    std::this_thread::sleep_for(1500ms);
+    ZRVXDeviceSetTransportMode(handle, ZRVXDeviceTransportModeStop);
+    std::this_thread::sleep_for(5500ms);
+    ZRVXDeviceSetTransportMode(handle, ZRVXDeviceTransportModePlay);
+  });
+  Record("Deck", nullptr, Path("tape.mov"), 9s);
+  const Movie movie = PlayMovie(Path("tape.mov"));
+  EXPECT_GE(movie.seconds.size(), 70u);
+  EXPECT_NEAR(movie.Duration(), 9, 0.5);
+  EXPECT_GE(SecondsInStep(movie, PlayMovieSound(Path("tape.mov"))), 2);
+  EXPECT_FALSE(fs::exists(Path("tape 2.mov")));
+  EXPECT_TRUE(ZRVXDeviceRelease(handle));
 }
 
 TEST_F(SoundRecording, AMicrophoneAloneMakesAMovieOfSound) {

@@ -43,8 +43,8 @@ A simulated deck lives in one process: the next one finds its tape as it was at 
 )";
 
 const char* const timeCodeFooter =
-    R"(Captures from the device until a frame with a time code comes, a few seconds at most. The tape is
-left as it is: it has to be playing.
+    R"(Captures from the device until a frame with a time code comes, a few seconds at most. A tape that
+stands still is played for it, and stopped again.
 
 )";
 
@@ -97,6 +97,8 @@ void AddTransport(CLI::App& app, TransportOptions& options) {
 void AddTimeCode(CLI::App& app, TimeCodeOptions& options) {
   CLI::App& command = *app.add_subcommand("timecode", "Print the time code of a tape");
   AddDevice(command, options.device);
+  command.add_flag_callback(
+      "--no-transport", [&options] { options.transport = false; }, "Leave the tape alone");
   command.footer(timeCodeFooter + std::string(helpFooter));
 }
 

@@ -49,6 +49,7 @@ struct TransportOptions {
 
 struct TimeCodeOptions {
   std::string device;
+  bool transport = true;  ///< a tape that stands still is played for it
 };
 
 using Command =

@@ -2,6 +2,7 @@
 #include "tools/timecodecommand.h"
 
 #include <cstdio>
+#include <optional>
 
 #include "tools/capturesink.h"
 #include "tools/opendevice.h"
@@ -46,6 +47,8 @@ ExitCode RunTimeCode(const TimeCodeOptions& options) {
   if (!device.Reference().Has(ZRVXDeviceMediaTypeVideo)) {
     throw Failure(ExitCode::Unable, Quoted(options.device) + " sends no pictures.");
   }
+  std::optional<PlayingTape> tape;
+  if (options.transport) tape.emplace(device.Reference());
   device.Start({}, sink);
   const SMPTETime timeCode = FirstTimeCode(device.Reference(), sink);
   device.Stop();

@@ -162,7 +162,7 @@ TEST_F(ZvcapTest, RefusesWithACodeAndAMessageThatHelps) {
       {"capture Silent", 7, "\"Silent\" delivers nothing"},
       {"capture Small --audio-device Mute --seconds 2", 7, "\"Mute\" delivers no sound"},
       {"capture Tape --no-transport", 7, "has to be playing"},
-      {"timecode Tape", 7, "the tape of \"Tape\" stands still"},
+      {"timecode Tape --no-transport", 7, "the tape of \"Tape\" stands still"},
       {"timecode Small", 8, "no time code"},
       {"timecode Mute", 8, "no pictures"},
       {"transport Small", 8, "no tape transport"},
@@ -207,6 +207,7 @@ TEST_F(ZvcapTest, DrivesTapes) {
   }
   EXPECT_EQ(Zvcap("transport Playing status").output, "stop\n");
   EXPECT_THAT(Zvcap("timecode Playing").output, testing::StartsWith("02:03:04:"));
+  EXPECT_THAT(Zvcap("timecode Tape").output, testing::StartsWith("01:00:59;1"));
 }
 
 TEST_F(ZvcapTest, CapturesSound) {

@@ -31,7 +31,7 @@ OSStatus QTDeviceFormatConvertAudioOutputCallBack(AudioConverterRef,
   if (outDescription) *outDescription = nullptr;
 
   auto* const state = static_cast<ConversionState*>(inUserData);
-  if (!state || state->InputBuffers->mNumberBuffers == 0) return noErr;
+  if (!state || !state->InputBuffers || state->InputBuffers->mNumberBuffers == 0) return noErr;
   const AudioBuffer* const sources = state->InputBuffers->mBuffers;
   if (sources[0].mDataByteSize <= state->nConsumed) return noErr;  // the end
 

@@ -188,13 +188,17 @@ void ZRVXDevice::Empty() {
   pDevice.Set(nullptr);
   pAudioDevice.Set(nullptr);
   pSession.Set(nullptr);
+  ForgetSessionParts();
+  // pMovieFileOutput stays, deliberately: a stop of a capture takes it away, or the next session.
+}
+
+void ZRVXDevice::ForgetSessionParts() {
   pVideoInput.Set(nullptr);
   pAudioInput.Set(nullptr);
   pVideoOutput.Set(nullptr);
   pVideoDelegate.Set(nullptr);
   pAudioOutput.Set(nullptr);
   pAudioDelegate.Set(nullptr);
-  // pMovieFileOutput stays, deliberately: a stop of a capture takes it away, or the next session.
 }
 
 void ZRVXDevice::Retain() {

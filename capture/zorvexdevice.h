@@ -126,6 +126,8 @@ class ZORVEX_API ZRVXDevice {
  private:
   ZORVEX_HIDDEN bool IsInUse() const;
   ZORVEX_HIDDEN void Empty();
+  /// Lets go of the inputs, outputs and delegates; not of the movie output.
+  ZORVEX_HIDDEN void ForgetSessionParts();
   /// Copies a name into a slot, cut to fit.
   ZORVEX_HIDDEN static void StoreName(char (&target)[260], char const* name);
   ZORVEX_HIDDEN bool AttachDevice(QTCaptureSession& session);

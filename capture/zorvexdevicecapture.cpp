@@ -30,12 +30,7 @@ bool ZRVXDevice::StartCapture(ZRVXVideoCallBack videoCallBack, long videoCallBac
     // What an older session was built of was never added to this one: what a stop left behind that
     // overlapped a start (its delegates would call a callback that is thought gone), and the movie
     // output of a recording that failed, perhaps of another device that had this slot.
-    pVideoInput.Set(nullptr);
-    pAudioInput.Set(nullptr);
-    pVideoOutput.Set(nullptr);
-    pVideoDelegate.Set(nullptr);
-    pAudioOutput.Set(nullptr);
-    pAudioDelegate.Set(nullptr);
+    ForgetSessionParts();
     pMovieFileOutput.Set(nullptr);
     pSession.Set(session);
   }

@@ -7,12 +7,12 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/audioconverter/linearpcmconverter.h"
 #include "platform/devicelist.h"
 #include "platform/firewire/firewireprovider.h"
 #include "platform/gstreamer/gstreamerplatform.h"
 #include "platform/simulated/simulatedprovider.h"
 #include "platform/sound/soundprovider.h"
+#include "platform/systemplatform.h"
 #include "platform/v4l2/v4l2provider.h"
 
 namespace {
@@ -39,39 +39,6 @@ std::vector<std::unique_ptr<DeviceProvider>> Providers() {
   return providers;
 }
 
-/// The platform of this system. Nothing of it exists before it is asked for devices or sessions.
-class SystemPlatform final : public CapturePlatform {
- public:
-  bool HasClass(const char* name) const override {
-    return std::string_view(name) == "QTCaptureDecompressedAudioOutput";
-  }
-
-  std::vector<Retained<QTCaptureDevice>> InputDevices() override {
-    // Never freed: devices may be in use by threads of the platform until the process is gone.
-    static DeviceList* const list = new DeviceList(Providers());
-    return list->Devices();
-  }
-
-  Retained<QTCaptureSession> NewSession() override { return gstreamer::NewSession(); }
-  Retained<QTCaptureDeviceInput> NewDeviceInput(QTCaptureDevice* device) override {
-    return gstreamer::NewDeviceInput(device);
-  }
-  Retained<QTCaptureDecompressedVideoOutput> NewDecompressedVideoOutput() override {
-    return gstreamer::NewDecompressedVideoOutput();
-  }
-  Retained<QTCaptureDecompressedAudioOutput> NewDecompressedAudioOutput() override {
-    return gstreamer::NewDecompressedAudioOutput();
-  }
-  Retained<QTCaptureMovieFileOutput> NewMovieFileOutput() override {
-    return gstreamer::NewMovieFileOutput();
-  }
-  OSStatus NewAudioConverter(const AudioStreamBasicDescription& source,
-                             const AudioStreamBasicDescription& destination,
-                             AudioConverterRef* converter) override {
-    return NewLinearPcmConverter(source, destination, converter);
-  }
-};
-
 std::atomic<CapturePlatform*> installed = nullptr;
 
 }  // namespace
@@ -82,6 +49,12 @@ OSStatus AudioConverterNew(const AudioStreamBasicDescription* inSourceFormat,
   *outAudioConverter = nullptr;
   return CapturePlatform::Current().NewAudioConverter(*inSourceFormat, *inDestinationFormat,
                                                       outAudioConverter);
+}
+
+std::vector<Retained<QTCaptureDevice>> SystemPlatform::InputDevices() {
+  // Never freed: devices may be in use by threads of the platform until the process is gone.
+  static DeviceList* const list = new DeviceList(Providers());
+  return list->Devices();
 }
 
 CapturePlatform& CapturePlatform::Current() {

@@ -18,7 +18,8 @@ namespace fs = std::filesystem;
 
 const fs::path root = ZORVEX_SOURCE_DIR;
 
-#define INTERFACES R"(platform/[^/]*\.h)"
+// Not the system's own platform, which names the backends.
+#define INTERFACES R"(platform/(?!systemplatform)[^/]*\.h)"
 #define GSTREAMER R"(gst/.*|glib.*|gobject/.*|gio/.*)"
 
 /// The first layer that a file matches holds for it.
@@ -30,6 +31,7 @@ struct Layer {
 constexpr Layer layers[] = {
     {"capture/.*", R"(capture/.*|foundation/threads/.*|foundation/export\.h|)" INTERFACES, ""},
     {"foundation/.*", "foundation/.*|" INTERFACES, ""},
+    {R"(platform/systemplatform\.h)", "platform/.*", ""},
     {INTERFACES, INTERFACES, ""},
     {R"(platform/[^/]*\.cpp)", "platform/.*", ""},
     {"platform/gstreamer/.*", "platform/gstreamer/.*|" INTERFACES, GSTREAMER},

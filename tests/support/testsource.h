@@ -8,12 +8,11 @@
 #include <utility>
 #include <vector>
 
-#include "platform/audioconverter/linearpcmconverter.h"
-#include "platform/captureplatform.h"
 #include "platform/devicelist.h"
 #include "platform/gstreamer/gstreamerplatform.h"
 #include "platform/gstreamer/sourcedevice.h"
 #include "platform/simulated/simulatedprovider.h"
+#include "platform/systemplatform.h"
 
 /// A device whose source is any element of GStreamer, in one fixed mode: shows what the session
 /// itself does, without a device's own timing.
@@ -75,7 +74,7 @@ class TestSourceDevice : public SourceDevice {
 };
 
 /// The system's sessions on devices of the test's own.
-class TestSourcePlatform : public CapturePlatform {
+class TestSourcePlatform : public SystemPlatform {
  public:
   explicit TestSourcePlatform(std::vector<Retained<QTCaptureDevice>> devices)
       : devices_(std::move(devices)) {
@@ -84,26 +83,7 @@ class TestSourcePlatform : public CapturePlatform {
   }
   ~TestSourcePlatform() override { Install(nullptr); }
 
-  bool HasClass(const char*) const override { return true; }
   std::vector<Retained<QTCaptureDevice>> InputDevices() override { return devices_; }
-  Retained<QTCaptureSession> NewSession() override { return gstreamer::NewSession(); }
-  Retained<QTCaptureDeviceInput> NewDeviceInput(QTCaptureDevice* device) override {
-    return gstreamer::NewDeviceInput(device);
-  }
-  Retained<QTCaptureDecompressedVideoOutput> NewDecompressedVideoOutput() override {
-    return gstreamer::NewDecompressedVideoOutput();
-  }
-  Retained<QTCaptureDecompressedAudioOutput> NewDecompressedAudioOutput() override {
-    return gstreamer::NewDecompressedAudioOutput();
-  }
-  Retained<QTCaptureMovieFileOutput> NewMovieFileOutput() override {
-    return gstreamer::NewMovieFileOutput();
-  }
-  OSStatus NewAudioConverter(const AudioStreamBasicDescription& source,
-                             const AudioStreamBasicDescription& destination,
-                             AudioConverterRef* converter) override {
-    return NewLinearPcmConverter(source, destination, converter);
-  }
 
  private:
   const std::vector<Retained<QTCaptureDevice>> devices_;

@@ -1,6 +1,6 @@
 # libzorvex.so, the same objects as an archive for the unit tests, and what is installed.
 
-set(ZORVEX_LAYERS zorvex_foundation zorvex_platform zorvex_capture)
+set(ZORVEX_LAYERS zorvex_foundation zorvex_platform_linux zorvex_platform zorvex_capture)
 
 add_library(zorvex SHARED)
 add_library(zorvex::zorvex ALIAS zorvex)
@@ -31,6 +31,7 @@ set(ZORVEX_PUBLIC_HEADERS
   capture/zorvexdevice.h
   capture/zorvexdeviceformat.h
   foundation/export.h
+  foundation/store/base64.h
   foundation/threads/lockobject.h
   foundation/threads/signalobject.h
   foundation/threads/systemlock.h

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#ifndef ZORVEX_TESTS_FOUNDATION_WAITING_H
-#define ZORVEX_TESTS_FOUNDATION_WAITING_H
+#ifndef ZORVEX_TESTS_FOUNDATION_THREADS_WAITING_H
+#define ZORVEX_TESTS_FOUNDATION_THREADS_WAITING_H
 
 #include <pthread.h>
 #include <signal.h>
@@ -64,4 +64,4 @@ long MillisecondsOf(Function function) {
   return std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count();
 }
 
-#endif  // ZORVEX_TESTS_FOUNDATION_WAITING_H
+#endif  // ZORVEX_TESTS_FOUNDATION_THREADS_WAITING_H

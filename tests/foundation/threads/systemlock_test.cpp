@@ -8,7 +8,7 @@
 #include <algorithm>
 
 #include "foundation/threads/signalobject.h"
-#include "tests/foundation/waiting.h"
+#include "tests/foundation/threads/waiting.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "tests/foundation/waiting.h"
+#include "tests/foundation/threads/waiting.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <vector>
 
-#include "tests/foundation/waiting.h"
+#include "tests/foundation/threads/waiting.h"
 
 namespace {
 

@@ -22,6 +22,8 @@ class UniqueFd {
   }
 
   int Get() const { return descriptor_; }
+  /// The caller owns it from now on.
+  int Release() { return std::exchange(descriptor_, -1); }
   explicit operator bool() const { return descriptor_ >= 0; }
 
  private:

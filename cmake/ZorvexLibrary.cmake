@@ -32,6 +32,10 @@ set(ZORVEX_PUBLIC_HEADERS
   capture/zorvexdeviceformat.h
   foundation/export.h
   foundation/store/base64.h
+  foundation/text/stringformat.h
+  foundation/text/stringlong.h
+  foundation/text/stringshort.h
+  foundation/text/stringwriter.h
   foundation/threads/lockobject.h
   foundation/threads/signalobject.h
   foundation/threads/systemlock.h

@@ -22,6 +22,10 @@
 /// unless its description says more.
 
 #include <zorvex/foundation/export.h>
+#include <zorvex/foundation/text/stringformat.h>
+#include <zorvex/foundation/text/stringlong.h>
+#include <zorvex/foundation/text/stringshort.h>
+#include <zorvex/foundation/text/stringwriter.h>
 #include <zorvex/foundation/threads/lockobject.h>
 #include <zorvex/foundation/threads/signalobject.h>
 #include <zorvex/foundation/threads/systemlock.h>

@@ -32,10 +32,14 @@ set(ZORVEX_PUBLIC_HEADERS
   capture/zorvexdeviceformat.h
   foundation/export.h
   foundation/store/base64.h
+  foundation/store/list.h
+  foundation/store/sizedarray.h
   foundation/text/stringformat.h
+  foundation/text/stringhelpers.h
   foundation/text/stringlong.h
   foundation/text/stringshort.h
   foundation/text/stringwriter.h
+  foundation/text/texttonumber.h
   foundation/threads/lockobject.h
   foundation/threads/signalobject.h
   foundation/threads/systemlock.h

@@ -22,10 +22,14 @@
 /// unless its description says more.
 
 #include <zorvex/foundation/export.h>
+#include <zorvex/foundation/store/list.h>
+#include <zorvex/foundation/store/sizedarray.h>
 #include <zorvex/foundation/text/stringformat.h>
+#include <zorvex/foundation/text/stringhelpers.h>
 #include <zorvex/foundation/text/stringlong.h>
 #include <zorvex/foundation/text/stringshort.h>
 #include <zorvex/foundation/text/stringwriter.h>
+#include <zorvex/foundation/text/texttonumber.h>
 #include <zorvex/foundation/threads/lockobject.h>
 #include <zorvex/foundation/threads/signalobject.h>
 #include <zorvex/foundation/threads/systemlock.h>

@@ -43,6 +43,7 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/threads/lockobject.h
   foundation/threads/signalobject.h
   foundation/threads/systemlock.h
+  foundation/time/soundtime.h
   platform/audioconverter.h
   platform/captureplatform.h
   platform/coreaudiotypes.h

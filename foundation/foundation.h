@@ -33,5 +33,6 @@
 #include <zorvex/foundation/threads/lockobject.h>
 #include <zorvex/foundation/threads/signalobject.h>
 #include <zorvex/foundation/threads/systemlock.h>
+#include <zorvex/foundation/time/soundtime.h>
 
 #endif  // ZORVEX_FOUNDATION_FOUNDATION_H

@@ -43,6 +43,8 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/threads/lockobject.h
   foundation/threads/signalobject.h
   foundation/threads/systemlock.h
+  foundation/time/datetime.h
+  foundation/time/daytime.h
   foundation/time/soundtime.h
   platform/audioconverter.h
   platform/captureplatform.h

@@ -33,6 +33,8 @@
 #include <zorvex/foundation/threads/lockobject.h>
 #include <zorvex/foundation/threads/signalobject.h>
 #include <zorvex/foundation/threads/systemlock.h>
+#include <zorvex/foundation/time/datetime.h>
+#include <zorvex/foundation/time/daytime.h>
 #include <zorvex/foundation/time/soundtime.h>
 
 #endif  // ZORVEX_FOUNDATION_FOUNDATION_H

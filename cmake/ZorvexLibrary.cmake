@@ -31,6 +31,8 @@ set(ZORVEX_PUBLIC_HEADERS
   capture/zorvexdevice.h
   capture/zorvexdeviceformat.h
   foundation/export.h
+  foundation/files/file.h
+  foundation/files/filenames.h
   foundation/store/base64.h
   foundation/store/list.h
   foundation/store/sizedarray.h

@@ -22,6 +22,8 @@
 /// unless its description says more.
 
 #include <zorvex/foundation/export.h>
+#include <zorvex/foundation/files/file.h>
+#include <zorvex/foundation/files/filenames.h>
 #include <zorvex/foundation/store/list.h>
 #include <zorvex/foundation/store/sizedarray.h>
 #include <zorvex/foundation/text/stringformat.h>

@@ -11,7 +11,9 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <mutex>
+#include <thread>
 
 #include <zorvex/foundation.h>
 
@@ -131,6 +133,70 @@ void LockNested(benchmark::State& state) {
 BENCHMARK_TEMPLATE(LockNested, LLockObject);
 BENCHMARK_TEMPLATE(LockNested, std::recursive_mutex);
 BENCHMARK_TEMPLATE(LockNested, PthreadRecursiveMutex);
+
+// A thread that has nothing to do, from its start to its end; the clock runs for both sides.
+class IdleThread final : public LThread {
+ public:
+  ~IdleThread() override { StopThreadNow(); }
+
+ private:
+  void ThreadFunction() override {}
+};
+
+void ThreadRunAgain(benchmark::State& state) {
+  IdleThread thread;
+  for (auto _ : state) {
+    thread.Start(0);
+    thread.WaitFinished();
+  }
+}
+BENCHMARK(ThreadRunAgain)->MeasureProcessCPUTime()->UseRealTime();
+
+void ThreadMakeAndRun(benchmark::State& state) {
+  for (auto _ : state) {
+    IdleThread thread;
+    thread.Start(0);
+  }
+}
+BENCHMARK(ThreadMakeAndRun)->MeasureProcessCPUTime()->UseRealTime();
+
+void ThreadMake(benchmark::State& state) {
+  for (auto _ : state)
+    IdleThread thread;
+}
+BENCHMARK(ThreadMake);
+
+class IdleDetachedThread final : public LDetachedThread {
+  void ThreadFunction() override {}
+};
+
+void ThreadDetached(benchmark::State& state) {
+  LDetachedThreadsOwner owner;
+  for (auto _ : state) {
+    owner.StartDetached(new IdleDetachedThread, 0);
+    owner.StopThreadsNow();
+  }
+}
+BENCHMARK(ThreadDetached)->MeasureProcessCPUTime()->UseRealTime();
+
+void ThreadStandard(benchmark::State& state) {
+  for (auto _ : state)
+    std::thread([] {}).join();
+}
+BENCHMARK(ThreadStandard)->MeasureProcessCPUTime()->UseRealTime();
+
+// As ours: the starter goes on when the thread has begun, and the thread can be asked to stop.
+void ThreadStandardBegun(benchmark::State& state) {
+  for (auto _ : state) {
+    std::atomic<bool> begun = false;
+    std::jthread thread([&](const std::stop_token&) {
+      begun = true;
+      begun.notify_one();
+    });
+    begun.wait(false);
+  }
+}
+BENCHMARK(ThreadStandardBegun)->MeasureProcessCPUTime()->UseRealTime();
 
 }  // namespace
 

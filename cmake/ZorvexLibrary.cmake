@@ -42,9 +42,12 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/text/stringshort.h
   foundation/text/stringwriter.h
   foundation/text/texttonumber.h
+  foundation/threads/detachedthread.h
   foundation/threads/lockobject.h
+  foundation/threads/processinterface.h
   foundation/threads/signalobject.h
   foundation/threads/systemlock.h
+  foundation/threads/thread.h
   foundation/time/datetime.h
   foundation/time/daytime.h
   foundation/time/soundtime.h

@@ -32,9 +32,12 @@
 #include <zorvex/foundation/text/stringshort.h>
 #include <zorvex/foundation/text/stringwriter.h>
 #include <zorvex/foundation/text/texttonumber.h>
+#include <zorvex/foundation/threads/detachedthread.h>
 #include <zorvex/foundation/threads/lockobject.h>
+#include <zorvex/foundation/threads/processinterface.h>
 #include <zorvex/foundation/threads/signalobject.h>
 #include <zorvex/foundation/threads/systemlock.h>
+#include <zorvex/foundation/threads/thread.h>
 #include <zorvex/foundation/time/datetime.h>
 #include <zorvex/foundation/time/daytime.h>
 #include <zorvex/foundation/time/soundtime.h>

@@ -31,8 +31,15 @@ set(ZORVEX_PUBLIC_HEADERS
   capture/zorvexdevice.h
   capture/zorvexdeviceformat.h
   foundation/export.h
+  foundation/files/bufferedreader.h
   foundation/files/file.h
   foundation/files/filenames.h
+  foundation/files/filereader.h
+  foundation/files/filewriter.h
+  foundation/files/flocktimed.h
+  foundation/files/lockfile.h
+  foundation/files/pipe.h
+  foundation/files/processtransfer.h
   foundation/store/base64.h
   foundation/store/list.h
   foundation/store/sizedarray.h

@@ -22,8 +22,15 @@
 /// unless its description says more.
 
 #include <zorvex/foundation/export.h>
+#include <zorvex/foundation/files/bufferedreader.h>
 #include <zorvex/foundation/files/file.h>
 #include <zorvex/foundation/files/filenames.h>
+#include <zorvex/foundation/files/filereader.h>
+#include <zorvex/foundation/files/filewriter.h>
+#include <zorvex/foundation/files/flocktimed.h>
+#include <zorvex/foundation/files/lockfile.h>
+#include <zorvex/foundation/files/pipe.h>
+#include <zorvex/foundation/files/processtransfer.h>
 #include <zorvex/foundation/store/list.h>
 #include <zorvex/foundation/store/sizedarray.h>
 #include <zorvex/foundation/text/stringformat.h>

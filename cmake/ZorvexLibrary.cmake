@@ -41,7 +41,9 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/files/pipe.h
   foundation/files/processtransfer.h
   foundation/store/base64.h
+  foundation/store/blowfish.h
   foundation/store/list.h
+  foundation/store/settingcipher.h
   foundation/store/sizedarray.h
   foundation/text/stringformat.h
   foundation/text/stringhelpers.h

@@ -31,7 +31,10 @@
 #include <zorvex/foundation/files/lockfile.h>
 #include <zorvex/foundation/files/pipe.h>
 #include <zorvex/foundation/files/processtransfer.h>
+#include <zorvex/foundation/store/base64.h>
+#include <zorvex/foundation/store/blowfish.h>
 #include <zorvex/foundation/store/list.h>
+#include <zorvex/foundation/store/settingcipher.h>
 #include <zorvex/foundation/store/sizedarray.h>
 #include <zorvex/foundation/text/stringformat.h>
 #include <zorvex/foundation/text/stringhelpers.h>

@@ -42,6 +42,7 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/files/processtransfer.h
   foundation/store/base64.h
   foundation/store/blowfish.h
+  foundation/store/datfile.h
   foundation/store/list.h
   foundation/store/settingcipher.h
   foundation/store/sizedarray.h

@@ -33,6 +33,7 @@
 #include <zorvex/foundation/files/processtransfer.h>
 #include <zorvex/foundation/store/base64.h>
 #include <zorvex/foundation/store/blowfish.h>
+#include <zorvex/foundation/store/datfile.h>
 #include <zorvex/foundation/store/list.h>
 #include <zorvex/foundation/store/settingcipher.h>
 #include <zorvex/foundation/store/sizedarray.h>

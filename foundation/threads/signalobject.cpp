@@ -39,9 +39,26 @@ bool PollReadable(pollfd* entries, std::size_t count, unsigned int timeout) {
   return poll(entries, static_cast<nfds_t>(count), static_cast<int>(timeout)) > 0;
 }
 
+#ifdef __linux__
+// One system call instead of nine, and no moment in which a program that another thread executes
+// could inherit the ends.
+bool MakePipe(int (&ends)[2]) {
+  return pipe2(ends, O_NONBLOCK | O_CLOEXEC) == 0;
+}
+#else
 void AddFlag(int descriptor, int getCommand, int setCommand, int flag) {
   fcntl(descriptor, setCommand, fcntl(descriptor, getCommand) | flag);
 }
+
+bool MakePipe(int (&ends)[2]) {
+  if (pipe(ends) != 0) return false;
+  for (const int end : ends) {
+    AddFlag(end, F_GETFL, F_SETFL, O_NONBLOCK);
+    AddFlag(end, F_GETFD, F_SETFD, FD_CLOEXEC);
+  }
+  return true;
+}
+#endif
 
 }  // namespace
 
@@ -84,13 +101,9 @@ bool LSignalObjectRef::WaitSignalTriple(LSignalObjectRef second, LSignalObjectRe
 
 LSignalObject::LSignalObject() {
   int ends[2];
-  if (pipe(ends) != 0) return;
+  if (!MakePipe(ends)) return;
   readDescriptor_ = ends[0];
   writeDescriptor_ = ends[1];
-  for (const int end : ends) {
-    AddFlag(end, F_GETFL, F_SETFL, O_NONBLOCK);
-    AddFlag(end, F_GETFD, F_SETFD, FD_CLOEXEC);
-  }
 }
 
 LSignalObject::~LSignalObject() {

@@ -19,12 +19,11 @@ class ZORVEX_API LFile {
  public:
   LFile() = delete;
 
-  // NOLINTBEGIN(bugprone-reserved-identifier): the names are given
   // Splitting. `dest` may be `path`.
 
   /// The folder of a path: its first 259 characters up to their last separator, which is dropped.
-  /// Without one after the first character, "/" when the path starts with `/` and empty otherwise,
-  /// for a path that starts with `\` too. "/a/b" gives "/a", "a/b" gives "a", "/a" gives "/".
+  /// Without one behind the first character it is "/" when the path starts with `/`, else empty.
+  /// "/a/b" gives "/a", "a/b" gives "a", "/a" gives "/", but "\a" gives "".
   static void _GetFolderFromPath(char* dest, const char* path);
 
   /// The outermost folder: the text in front of the first separator behind the second character, or
@@ -35,17 +34,18 @@ class ZORVEX_API LFile {
   /// The text after the last separator, wherever in the path that is.
   static void _GetFileFromPath(char* dest, const char* path);
 
-  /// What _GetFileFromPath gives, in front of its last `.`; a `.` that is its first character does
-  /// not count. "/a/c.tar.gz" gives "c.tar", "/a/.profile" gives ".profile".
+  /// What _GetFileFromPath gives, in front of its last period; a period that is its first character
+  /// does not count. "/a/c.tar.gz" gives "c.tar", "/a/.profile" gives ".profile".
   static void _GetFileNameFromPath(char* dest, const char* path);
 
-  /// The text after the last separator from its last `.` on; empty when it has none. "/a/c.tar.gz"
-  /// gives ".gz", "/a.b/c" gives "", "/a/.profile" gives ".profile".
+  /// The text after the last separator from its last period on; empty when it has none.
+  /// "/a/c.tar.gz" gives ".gz", "/a.b/c" gives "", "/a/.profile" gives ".profile".
   static void _GetFileExtensionFromPath(char* dest, const char* path);
 
   /// A path with another extension, which brings its own point: the first 259 characters of the
-  /// path, in front of the last `.` after their last separator where there is one, and then `ext`.
-  /// A `.` counts as none only where the whole path starts with it: ".profile" and ".x" give
+  /// path, in front of the last period after their last separator where there is one, and then
+  /// `ext`. A period counts as none only where the whole path starts with it: ".profile" and ".x"
+  /// give
   /// ".profile.x", but "/a/.profile" gives "/a/.x".
   static void _ApplyNewFileExtension(char* dest, const char* path, const char* ext);
 
@@ -58,19 +58,19 @@ class ZORVEX_API LFile {
 
   /// The same for parts that somebody else chose, stripped of what could lead elsewhere:
   ///
-  /// - Of the folder, the text after its last `.`, and after the separator when one comes next. It
+  /// - Of the folder, the text after its last period, and after the separator when one comes next.
+  /// It
   ///   is deliberately crude: folders whose names contain a point are cut too.
   /// - Of the name, the text after its last separator.
-  /// - Of the extension, the text from its last `.` on, or after its last separator when that one
-  ///   stands behind the `.`.
+  /// - Of the extension, the text from its last period on, or after its last separator when that
+  /// one
+  ///   stands behind the period.
   ///
   /// Each part is looked at in its first 258 characters; behind those it ends where something comes
   /// that would have been stripped. A file that would then be called ".." is left out, which leaves
   /// the folder. A folder without a point stays as it is, an absolute one absolute.
   static void _MakeFilePathSecure(char* dest, const char* folder, const char* name,
                                   const char* ext);
-
-  // NOLINTEND(bugprone-reserved-identifier)
 
   /// The path and the extension, seen from a folder. A path is absolute already when it starts with
   /// a separator or when its first component contains `:`. Each leading "./" of another one is
@@ -135,7 +135,8 @@ class ZORVEX_API LFile {
   // "for all users" below means without that limit. Failures are not told: the path is given all
   // the same. Any thread, as long as none changes the environment meanwhile.
 
-  /// The home folder: the environment's HOME, else the one of the user database, else "/".
+  /// The home folder: the environment's HOME, else the one of the user database, else "/". Where
+  /// that database is asked, here or below, the C library allocates.
   static void GetUserFolder(char* dest);
   /// "Library/Application Support".
   static void GetUserDataFolder(char* dest);
@@ -199,7 +200,8 @@ class ZORVEX_API LFile {
   /// Gives all users all access (0777) to a file, or to a folder and everything in it. Links are
   /// left alone and never followed, the path's own last component included; it is safe where others
   /// may rename what is on the way. Goes on where something cannot be changed. False when something
-  /// was not: it belongs to somebody else, is a link itself, or is more than 130 folders deep.
+  /// was not: it belongs to somebody else, is a link itself, or is more than 130 folders deep. A
+  /// link with a `/` behind it is, as everywhere in the system, the folder that it leads to.
   ///
   /// Each folder keeps a descriptor, and the C library's memory for reading it, while it is gone
   /// through.

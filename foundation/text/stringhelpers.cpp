@@ -135,7 +135,8 @@ std::size_t lstrlen(const unsigned short* text) {
 
 template <typename Char>
 std::size_t LParseGetToCharacters(const Char* source, const Char* stops, Char* out) {
-  const std::size_t length = source ? std::strcspn(source, stops ? stops : "") : 0;
+  if (!source) source = "";
+  const std::size_t length = std::strcspn(source, stops ? stops : "");
   CopyCut(out, kFixedSize, source, length);
   return length;
 }

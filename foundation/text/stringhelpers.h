@@ -51,7 +51,7 @@ extern template ZORVEX_API std::size_t LParseGetToCharacters(const char* source,
 
 /// Copies what stands in `text` between the first `startTag` and the first `endTag` behind it, or
 /// the end of `text` when there is none, into `out` of `outSize` bytes; a longer field is cut.
-/// False when there is no `startTag`; `out` is empty then.
+/// False when there is no `startTag`; `out` is empty then. A null tag stands nowhere.
 ZORVEX_API bool LStringFindTextField(const char* text, const char* startTag, const char* endTag,
                                      char* out, std::size_t outSize);
 
@@ -75,8 +75,8 @@ ZORVEX_API char* LRemoveHTTPItem(const char* name, char* query);
 ZORVEX_API bool GetCSVListItem(const char* list, std::size_t& position, char* out,
                                std::size_t outSize);
 
-/// Appends `text` with `&`, `<`, `>` and `"` as "&amp;", "&lt;", "&gt;" and "&quot;". Every other
-/// character, the apostrophe too, is copied. Exists for the three writers of `char`.
+/// Appends `text`, with ampersand, less-than sign, greater-than sign and double quote as entities.
+/// Every other character, the apostrophe too, is copied. Exists for the three writers of `char`.
 template <typename Writer, typename Char>
 ZORVEX_API void LHTMLEncodeToWriterSimple(Writer& writer, const Char* text);
 extern template ZORVEX_API void LHTMLEncodeToWriterSimple(LStringLongTemplateWriter<char>& writer,

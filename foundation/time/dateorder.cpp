@@ -2,8 +2,8 @@
 // In which order the locale writes dates.
 #include <langinfo.h>
 
+#include <algorithm>
 #include <atomic>
-#include <cctype>
 #include <cstddef>
 #include <string_view>
 
@@ -18,9 +18,10 @@ long Position(std::string_view format, std::string_view code) {
 }
 
 long FirstPosition(std::string_view format, std::string_view lower, std::string_view upper) {
-  const long positions[] = {Position(format, lower), Position(format, upper)};
-  if (positions[0] < 0 || positions[1] < 0) return positions[positions[0] < 0];
-  return positions[positions[1] < positions[0]];
+  const long ofLower = Position(format, lower);
+  const long ofUpper = Position(format, upper);
+  if (ofLower < 0) return ofUpper;
+  return ofUpper < 0 ? ofLower : std::min(ofLower, ofUpper);
 }
 
 long MonthPosition(std::string_view format) {

@@ -67,7 +67,9 @@ char* PutTime(char* to, const tm& fields, char separator) {
 template <typename Put>
 void Write(long seconds, char* text, Put put) {
   tm fields;
-  *(seconds != 0 && calendar::BreakDown(seconds, fields) ? put(text, fields) : text) = '\0';
+  const bool hasText = seconds != 0 && calendar::BreakDown(seconds, fields);
+  char* const end = hasText ? put(text, fields) : text;
+  *end = '\0';
 }
 
 // The same for a date and its time in two buffers.
@@ -115,7 +117,8 @@ void LDateTime::GetDateInLocalFormat(char* date) const {
 }
 
 void LDateTime::GetDateLocalFormat(char* date) const {
-  Write(seconds_, date, [order = DateFormatOrder()](char* to, const tm& fields) {
+  Write(seconds_, date, [](char* to, const tm& fields) {
+    const int order = DateFormatOrder();
     if (order == 2) to = PutChar(PutYearOfCentury(to, YearOf(fields)), '/');
     const int month = fields.tm_mon + 1;
     const bool dayFirst = order == 1;

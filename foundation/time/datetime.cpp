@@ -70,8 +70,10 @@ long LDateTime::SetDateTime(long& t, int year, int month, int day, int hour, int
 }
 
 void LDateTime::_SetTextDate(const char* text) {
+  text = OrEmpty(text);
   tm fields;
-  if (calendar::ReadTypedDate(OrEmpty(text), DateFormatOrder(), fields)) {
+  // The order is kept from the first date on, not from an empty text before it.
+  if (*text != '\0' && calendar::ReadTypedDate(text, DateFormatOrder(), fields)) {
     calendar::Store(seconds_, fields);
   } else {
     seconds_ = 0;

@@ -29,10 +29,10 @@
 ///
 /// **Text read** must be terminated; a null pointer counts as the empty text. A number may have
 /// blanks and a sign in front, as for `sscanf`, and wraps at 32 bits; beyond 64 it is -1 or, with a
-/// minus sign, 0.
+/// minus sign, 0. What somebody typed (_SetTextDate, _SetTextTime) has no signs and only wraps.
 ///
 /// Threads: a value is for one thread at a time, everything else may be called from any thread,
-/// but, as `mktime`, not beside a `setenv`.
+/// but, as `mktime` and `nl_langinfo`, not beside a `setenv` or a `setlocale`.
 class ZORVEX_API LDateTime {
  public:
   static constexpr const char* szMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",

@@ -29,12 +29,10 @@
 /// | _GetText | 1:02:03.456 | | all hours |
 class ZORVEX_API LSoundTime {
  public:
-  constexpr LSoundTime(std::int64_t milliseconds = 0)  // NOLINT(google-explicit-constructor)
-      : milliseconds_(milliseconds) {}
+  constexpr LSoundTime(std::int64_t milliseconds = 0) : milliseconds_(milliseconds) {}
   [[nodiscard]] constexpr std::int64_t Milliseconds() const { return milliseconds_; }
   friend constexpr auto operator<=>(LSoundTime, LSoundTime) = default;
 
-  // NOLINTBEGIN(bugprone-reserved-identifier): given names
   void _GetTextMMSS(char* text) const;
   void _GetTextMMSSF(char* text) const;
   void _GetTextMMSSFF(char* text) const;
@@ -46,7 +44,6 @@ class ZORVEX_API LSoundTime {
   void _GetText1(char* text) const;
   void _GetText2(char* text) const;
   void _GetText(char* text) const;
-  // NOLINTEND(bugprone-reserved-identifier)
 
   /// Reads any of the forms, and takes what else comes: seconds without normalisation ("90"),
   /// minutes and seconds, hours, minutes and seconds, each with decimals, of which three count.
@@ -71,11 +68,8 @@ class LdB;
 template <>
 class ZORVEX_API LdB<signed char> {
  public:
-  constexpr LdB(signed char decibels = 0)  // NOLINT(google-explicit-constructor)
-      : decibels_(decibels) {}
-  constexpr operator signed char() const {
-    return decibels_;
-  }  // NOLINT(google-explicit-constructor)
+  constexpr LdB(signed char decibels = 0) : decibels_(decibels) {}
+  constexpr operator signed char() const { return decibels_; }
 
   /// "--dB" for silence, else as "-6dB". `text` has room for 7 characters.
   void GetText(char* text) const;

@@ -139,6 +139,8 @@ TEST(StringHelpersTest, CutsFieldsToTheirBuffers) {
   EXPECT_STREQ(out.data(), "one");
   EXPECT_EQ(LParseGetToCharacters<char>(text.c_str() + 13, ",", out.data()), 300U);
   EXPECT_EQ(out.data(), std::string(259, 'b'));
+  EXPECT_EQ(LParseGetToCharacters<char>(nullptr, ",", out.data()), 0U);
+  EXPECT_EQ(out[0], 0);
 }
 
 TEST(StringHelpersTest, RemovesOneItemOfAQuery) {

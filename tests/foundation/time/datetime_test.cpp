@@ -209,7 +209,10 @@ TEST(DateTime, ReadsLikeTheModels) {
   };
   for (const auto& [format, local, typed, expected] : rows) {
     const auto body = [&] {
-      localeFormat = format;
+      LDateTime none = 7;
+      none._SetTextDate("");
+      EXPECT_EQ(Text(none, &LDateTime::GetDateLocalFormat), "");
+      localeFormat = format;  // early enough: nothing has been asked for the order
       EXPECT_EQ(Text(Of("2012-05-06"), &LDateTime::GetDateLocalFormat), local);
       LDateTime value;
       value._SetTextDate(typed);

@@ -43,9 +43,13 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/store/base64.h
   foundation/store/blowfish.h
   foundation/store/datfile.h
+  foundation/store/hashtable.h
   foundation/store/list.h
+  foundation/store/rbtree.h
   foundation/store/settingcipher.h
   foundation/store/sizedarray.h
+  foundation/store/stringlongkey.h
+  foundation/store/uricodec.h
   foundation/text/stringformat.h
   foundation/text/stringhelpers.h
   foundation/text/stringlong.h

@@ -34,9 +34,11 @@
 #include <zorvex/foundation/store/base64.h>
 #include <zorvex/foundation/store/blowfish.h>
 #include <zorvex/foundation/store/datfile.h>
+#include <zorvex/foundation/store/hashtable.h>
 #include <zorvex/foundation/store/list.h>
 #include <zorvex/foundation/store/settingcipher.h>
 #include <zorvex/foundation/store/sizedarray.h>
+#include <zorvex/foundation/store/uricodec.h>
 #include <zorvex/foundation/text/stringformat.h>
 #include <zorvex/foundation/text/stringhelpers.h>
 #include <zorvex/foundation/text/stringlong.h>

@@ -31,7 +31,7 @@ class Formatted {
   explicit Formatted(const char* format, Arguments... arguments) {
     std::snprintf(text_, sizeof text_, format, arguments...);
   }
-  operator const char*() const { return text_; }  // NOLINT(google-explicit-constructor)
+  operator const char*() const { return text_; }
 
  private:
   char text_[kDatFileText];

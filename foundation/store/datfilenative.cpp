@@ -13,7 +13,7 @@ constexpr std::uint32_t kLongestIdle = 600000;  // ms: ten minutes
 // Not destroyed with the other static objects: see gDatFileNativeSystem.
 union Lasting {
   constexpr Lasting() : system() {}
-  ~Lasting() {}  // NOLINT(modernize-use-equals-default): that would be a deleted one
+  ~Lasting() {}  // not defaulted: that would be a deleted one
   LDatFileNativeSystem system;
 };
 constinit Lasting lasting;

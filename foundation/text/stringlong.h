@@ -22,7 +22,7 @@ class ZORVEX_API LStringLongTemplate {
  public:
   LStringLongTemplate() = default;
   /// As by assignment.
-  LStringLongTemplate(const Char* text) { *this = text; }  // NOLINT(google-explicit-constructor)
+  LStringLongTemplate(const Char* text) { *this = text; }
   LStringLongTemplate(const LStringLongTemplate& other);
   LStringLongTemplate(LStringLongTemplate&& other) noexcept;
   ~LStringLongTemplate() { delete[] buffer_; }

@@ -25,7 +25,7 @@ class ZORVEX_API LStringShortTemplate {
   ///     LStringShortTemplate<char> name(LStringPrintFormatTemplate<char>("%s_%u"), "take", 7U);
   LStringShortTemplate(LStringPrintFormatTemplate<Char> format, ...);
 
-  operator const Char*() const { return text_; }  // NOLINT(google-explicit-constructor)
+  operator const Char*() const { return text_; }
   [[nodiscard]] const Char* Text() const { return text_; }
   /// The 260 characters, for functions that write into such a buffer.
   [[nodiscard]] Char* Buffer() { return text_; }

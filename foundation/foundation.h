@@ -7,7 +7,7 @@
 /// Names: classes and functions begin with L. Nothing is in a namespace.
 ///
 /// Failures: told by the return value (false, null, 0, a small result code, or the default the
-/// caller gave). Nothing throws and nothing is logged.
+/// caller gave). Nothing is logged, and nothing throws but std::bad_alloc where it is said.
 ///
 /// Time: durations and timeouts are unsigned milliseconds; 4294967295 means no limit wherever a
 /// wait is made of events.

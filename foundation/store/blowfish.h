@@ -37,7 +37,7 @@ class ZORVEX_API LBlowFish {
   /// empty one.
   void StringEncodeBase64(LStringLongTemplate<char>& out, const char* text);
   /// The same into a buffer of 260 characters: the first 263 of the text take part, and what is
-  /// longer than 259 in the end is cut. A text of up to 183 characters can be deciphered again.
+  /// longer than 259 in the end is cut. A text of up to 191 characters can be deciphered again.
   void StringEncodeBase64(char* out, const char* text);
 
   /// The text out of what StringEncodeBase64 gave, up to its first zero. From any other text comes

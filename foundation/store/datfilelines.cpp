@@ -34,7 +34,7 @@ bool DatFileLines::Next() {
 bool DatFileLines::Refill(std::size_t kept) {
   std::memmove(buffer_, unread_, kept);
   const ssize_t count = ReadOnce(descriptor_, buffer_ + kept, kBlock - kept);
-  failed_ = count < 0;
+  failed_ = failed_ || count < 0;
   unread_ = buffer_;
   end_ = buffer_ + kept + std::max<ssize_t>(count, 0);
   nul_ = nullptr;

@@ -83,7 +83,10 @@ void LDatFileNativeFile::ReloadIfChanged() {
   gDatFileNameHash.FollowLocale();
   isUnread_ = false;
   struct stat status = {};
-  if (stat(path_, &status) != 0 || !S_ISREG(status.st_mode)) return;
+  if (stat(path_, &status) != 0) return;
+  // Not written either: a pipe that nobody reads would stop everybody, under the mutex.
+  isUnread_ = !S_ISREG(status.st_mode);
+  if (isUnread_) return;
   const auto size = static_cast<std::uint32_t>(status.st_size);
   if (status.st_mtime == modificationTime_ && size == size_) return;
   isUnread_ = true;

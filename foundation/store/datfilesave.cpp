@@ -94,7 +94,7 @@ bool WriteWhole(int descriptor, FileText& text) {
 }  // namespace
 
 void LDatFileNativeFile::Save() {
-  // What is cached of a file that could not be read must not take its place.
+  // What is cached of a file that could not be read, or is none, must not take its place.
   if (isUnread_) return;
   // Before the file is touched: there may be no memory for it.
   FileText text = TextOf(sections_, size_);

@@ -261,8 +261,7 @@ std::uint64_t tsprintfappend(LStringLongTemplate<char>& string, const char* form
 }
 
 template <typename Char>
-void LStringLongTemplate<Char>::tsprintfappend(const char* format,
-                                               ...) requires(sizeof(Char) == 1) {
+void LStringLongTemplate<Char>::tsprintfappend(const char* format, ...) {
   Arguments arguments;
   va_start(arguments.list, format);
   FormatAppended(*this, format, arguments);

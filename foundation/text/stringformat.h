@@ -16,17 +16,21 @@
 ///
 ///     % [0] [width] [. [precision]] [l | ll | L | z] conversion
 ///
-/// | conversion      | argument                              | text |
-/// |-----------------|---------------------------------------|-------------------------------------|
-/// | d i u x X o c p | an integer or pointer, a 64-bit slot  | as the C library prints it | | e f g
-/// | double, or long double after L        | the same, in the locale of the C    | | | | library |
-/// | s               | `const char*`                         | all of it: no padding, no cutting; |
-/// |                 |                                       | nothing for null | | % | none | % |
-/// | C S             | a wide character, a wide text         | as the C library prints it | | E F G
-/// a A       | a slot                                | that of the double with these bits  | | - +
-/// # * ' h j t | a slot                                | none: "%-5d" gives "5d"             | |
-/// space, n        |                                       |                                     |
-/// | any other       | a slot                                | the specification as it stands |
+/// | conversion    | argument                           | text                               |
+/// |---------------|------------------------------------|------------------------------------|
+/// | d i u x X o c | an integer, a 64-bit slot          | as the C library prints it         |
+/// | p             | a pointer                          | the same                           |
+/// | e f g         | double, or long double after L     | the same, in its locale            |
+/// | s             | `const char*`                      | all of it, never padded or cut;    |
+/// |               |                                    | nothing for null                   |
+/// | %             | none                               | %                                  |
+/// | C S           | a wide character, a wide text      | as the C library prints it         |
+/// | E F G a A     | a slot                             | the double that has these bits     |
+/// | flags, * h j  | a slot                             | nothing: "%-5d" gives "5d"         |
+/// | t ' n         |                                    |                                    |
+/// | any other     | a slot                             | the specification as it stands     |
+///
+/// Flags are - + # and the space.
 ///
 /// Without a modifier an integer is the low 32 bits of its slot, with one it is all 64. Characters
 /// between '%' and the conversion in another order than above, "%5.3.2d", give the specification as

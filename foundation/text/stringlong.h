@@ -62,7 +62,7 @@ class ZORVEX_API LStringLongTemplate {
   void Append(const Char* text, std::uint64_t count);
 
   /// Appends a formatted text as ::tsprintfappend does.
-  void tsprintfappend(const char* format, ...) requires(sizeof(Char) == 1);
+  void tsprintfappend(const char* format, ...);
 
  private:
   friend class LStringLongTemplateWriter<Char>;

@@ -273,6 +273,14 @@ TEST_F(DatFileTest, ChangesWaitForAFileThatCannotBeWritten) {
   Set("S", "a", "1"), Set("S", "b", "2");
   LDatFileSetValue(folder.c_str(), "S", "a", "1");
   EXPECT_EQ(Get("S", "b") + ::Get(folder, "S", "a"), "21");
+  const std::string pipe = folder + "/pipe";
+  mkfifo(pipe.c_str(), 0600);
+  const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  LDatFileSetValue(pipe.c_str(), "S", "a", "1");
+  LDatFileSetValue(pipe.c_str(), "S", "b", "2");
+  char byte = 0;
+  EXPECT_EQ(read(reader, &byte, 1), 0) << "writing to a pipe may never end";
+  close(reader);
   fs::create_directory(later);
   LDatFileFlush();
   EXPECT_EQ(Contents(), "[S]\r\na=1\r\nb=2\r\n\r\n");

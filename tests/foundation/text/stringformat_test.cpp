@@ -2,6 +2,7 @@
 #include "foundation/text/stringformat.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <bit>
 #include <cfenv>
@@ -122,7 +123,8 @@ TEST(StringFormatTest, NumbersAreThoseOfTheLibrary) {
 
 // A locale of our own, for the C library's locales may not be installed.
 TEST(StringFormatTest, DecimalPointIsThatOfTheLocale) {
-  const auto folder = std::filesystem::path(testing::TempDir()) / "stringformat_locale";
+  const auto folder = std::filesystem::path(testing::TempDir()) /
+                      ("stringformat_locale." + std::to_string(getpid()));
   std::filesystem::create_directories(folder);
   std::ofstream(folder / "source") << "comment_char %\nescape_char /\nLC_NUMERIC\n"
                                       "decimal_point \"<U002C>\"\nthousands_sep \"\"\ngrouping -1\n"
@@ -131,8 +133,9 @@ TEST(StringFormatTest, DecimalPointIsThatOfTheLocale) {
                               (folder / "xx_XX").string() + "' >/dev/null 2>&1";
   [[maybe_unused]] const int status = std::system(command.c_str());  // NOLINT(cert-env33-c)
   setenv("LOCPATH", folder.c_str(), 1);
-  if (!std::setlocale(LC_NUMERIC, "xx_XX"))
-    GTEST_SKIP() << "no localedef on this machine: install the package libc-bin";
+  const bool isThere = std::setlocale(LC_NUMERIC, "xx_XX") != nullptr;
+  std::filesystem::remove_all(folder);
+  if (!isThere) GTEST_SKIP() << "no localedef on this machine: install the package libc-bin";
   CompareDoubles();
   EXPECT_EQ(Formatted("%.1f", 1.5), "1,5");
   std::setlocale(LC_NUMERIC, "C");

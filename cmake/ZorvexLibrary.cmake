@@ -50,11 +50,14 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/store/sizedarray.h
   foundation/store/stringlongkey.h
   foundation/store/uricodec.h
+  foundation/text/charsets.h
+  foundation/text/codepages.h
   foundation/text/stringformat.h
   foundation/text/stringhelpers.h
   foundation/text/stringlong.h
   foundation/text/stringshort.h
   foundation/text/stringwriter.h
+  foundation/text/textfile.h
   foundation/text/texttonumber.h
   foundation/threads/detachedthread.h
   foundation/threads/lockobject.h

@@ -39,11 +39,14 @@
 #include <zorvex/foundation/store/settingcipher.h>
 #include <zorvex/foundation/store/sizedarray.h>
 #include <zorvex/foundation/store/uricodec.h>
+#include <zorvex/foundation/text/charsets.h>
+#include <zorvex/foundation/text/codepages.h>
 #include <zorvex/foundation/text/stringformat.h>
 #include <zorvex/foundation/text/stringhelpers.h>
 #include <zorvex/foundation/text/stringlong.h>
 #include <zorvex/foundation/text/stringshort.h>
 #include <zorvex/foundation/text/stringwriter.h>
+#include <zorvex/foundation/text/textfile.h>
 #include <zorvex/foundation/text/texttonumber.h>
 #include <zorvex/foundation/threads/detachedthread.h>
 #include <zorvex/foundation/threads/lockobject.h>

@@ -45,7 +45,7 @@ std::size_t LReadFileBuffered::Read(void* dest, std::size_t n) {
 std::size_t LReadFileBuffered::Peek(void* dest, std::size_t n) {
   auto* const bytes = static_cast<char*>(dest);
   const std::size_t done = std::min(n, Unread());
-  std::memcpy(bytes, buffer_ + position_, done);
+  if (done > 0) std::memcpy(bytes, buffer_ + position_, done);
   if (done == n) return done;
   const bool isBufferEnough = done == 0 && n <= kBufferSize;
   return done +

@@ -52,7 +52,7 @@ class ZORVEX_API LReadFileBuffered {
   [[nodiscard]] unsigned long long GetFileSizeBytes64() const;
 
  private:
-  static constexpr std::size_t kBufferSize = 8192;
+  ZORVEX_HIDDEN static constexpr std::size_t kBufferSize = 8192;
   static constexpr std::size_t kLeastUnbuffered = 257;
 
   ZORVEX_HIDDEN std::size_t Unread() const { return static_cast<std::size_t>(count_ - position_); }

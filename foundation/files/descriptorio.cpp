@@ -21,14 +21,15 @@ ssize_t UninterruptedBySignals(Call call) {
   return moved;
 }
 
-// A bit for each descriptor below 1024. A mark that outlived its descriptor, since somebody else
-// closed it, costs time and changes nothing else.
+// A bit for each descriptor below 1024. A mark outlives a descriptor that somebody else closed, as
+// callers of OpenPipe do: what gets its number next raises no SIGPIPE either.
 std::atomic<std::uint64_t> pipesToChildren[16];
 constexpr unsigned int kMarkedDescriptors = 1024;
 
 bool IsPipeToChild(int descriptor) {
   const auto index = static_cast<unsigned int>(descriptor);
-  // Further ones may be anything, and are treated with care.
+  // Further ones may be anything: better no signal from a pipe that should raise one than a process
+  // that dies of a child's end.
   if (index >= kMarkedDescriptors) return true;
   return (pipesToChildren[index / 64].load(std::memory_order_relaxed) >> (index % 64) & 1) != 0;
 }
@@ -47,11 +48,14 @@ class BrokenPipeGuard {
   BrokenPipeGuard(const BrokenPipeGuard&) = delete;
   BrokenPipeGuard& operator=(const BrokenPipeGuard&) = delete;
 
-  /// After a write that failed with EPIPE. It raises no signal where the process ignores it.
+  /// After a write that moved less than it should. Not every such write raised the signal, and none
+  /// does where the process ignores it.
   void TakeSignalBack() const {
+    const int error = errno;
     const timespec now = {.tv_sec = 0, .tv_nsec = 0};
     while (!wasPending_ && IsPending() && sigtimedwait(&brokenPipe_, nullptr, &now) < 0) {
     }
+    errno = error;
   }
 
  private:
@@ -66,15 +70,14 @@ class BrokenPipeGuard {
 };
 
 template <typename Call>
-ssize_t WriteGuarded(int descriptor, Call call) {
+ssize_t WriteGuarded(int descriptor, std::size_t count, Call call) {
   if (descriptor == -1) return 0;
   if (!IsPipeToChild(descriptor)) return UninterruptedBySignals(call);
   const BrokenPipeGuard guard;
   const ssize_t written = UninterruptedBySignals(call);
-  if (written < 0 && errno == EPIPE) {
-    guard.TakeSignalBack();
-    errno = EPIPE;
-  }
+  // Not only after EPIPE: when the reader goes in the middle of a write, the system gives what was
+  // written until then, and raises the signal all the same.
+  if (written < static_cast<ssize_t>(count)) guard.TakeSignalBack();
   return written;
 }
 
@@ -99,9 +102,12 @@ ssize_t ReadOnceAt(int descriptor, void* dest, std::size_t count, off_t offset) 
 }
 
 ssize_t WriteOnce(int descriptor, const void* bytes, std::size_t count) {
-  return WriteGuarded(descriptor, [&] { return write(descriptor, bytes, count); });
+  return WriteGuarded(descriptor, count, [&] { return write(descriptor, bytes, count); });
 }
 
 ssize_t WritePartsOnce(int descriptor, const iovec* parts, int partCount) {
-  return WriteGuarded(descriptor, [&] { return writev(descriptor, parts, partCount); });
+  std::size_t count = 0;
+  for (int part = 0; part < partCount; ++part)
+    count += parts[part].iov_len;
+  return WriteGuarded(descriptor, count, [&] { return writev(descriptor, parts, partCount); });
 }

@@ -16,7 +16,7 @@
 ssize_t ReadOnce(int descriptor, void* dest, std::size_t count);
 ssize_t ReadOnceAt(int descriptor, void* dest, std::size_t count, off_t offset);
 
-/// Neither raises SIGPIPE on a descriptor that MarkPipeToChild was told of.
+/// Neither raises SIGPIPE on a descriptor that MarkPipeToChild was told of, nor on 1024 and above.
 ssize_t WriteOnce(int descriptor, const void* bytes, std::size_t count);
 ssize_t WritePartsOnce(int descriptor, const iovec* parts, int partCount);
 

@@ -11,7 +11,8 @@
 /// signal handler interrupts before it wrote anything is.
 ///
 /// A pipe whose reader is gone raises SIGPIPE as with write(2), but not the pipes that LPipeOut,
-/// LPipeInOut and OpenPipe made: there the write just fails. No text may be null.
+/// LPipeInOut and OpenPipe made, nor descriptors from 1024 on: there the write just fails. No text
+/// may be null.
 class ZORVEX_API LWriteFileRef {
  public:
   LWriteFileRef(int descriptor = -1) : descriptor_(descriptor) {}

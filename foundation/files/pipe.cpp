@@ -44,6 +44,22 @@ struct PipeEnds {
   }
 };
 
+/// Holds the numbers 0 to 2 where this process has closed them, so that nothing that is opened
+/// meanwhile gets one of them.
+class StandardNumbersHeld {
+ public:
+  StandardNumbersHeld() {
+    for (UniqueFd& held : held_) {
+      UniqueFd descriptor(open("/dev/null", O_RDWR | O_CLOEXEC));
+      if (descriptor.Get() > STDERR_FILENO) break;
+      held = std::move(descriptor);
+    }
+  }
+
+ private:
+  UniqueFd held_[STDERR_FILENO + 1];
+};
+
 /// What is done in the child before the shell runs.
 class ChildSetUp {
  public:
@@ -146,6 +162,7 @@ int LPipeIn::Close(unsigned int timeoutMs) {
 
 bool LPipeOut::_Open(const char* command) {
   Close();
+  const StandardNumbersHeld held;
   // Close-on-exec from the beginning: another command that kept this end would keep ours from
   // reading the end of its input.
   stream_ = popen(command, "we");  // NOLINT(cert-env33-c): running commands is what it is for

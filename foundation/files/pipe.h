@@ -22,7 +22,8 @@
 /// It gives the status as waitpid(2) does, or -1 when the command had not ended in time, and when
 /// somebody else in this process took the status. A command that goes on is left alone; a thread
 /// that does nothing else waits for it, so that no zombie stays. Destructors give it a second. With
-/// a limit of 0 it is this thread that closes the pipe of LPipeOut, a moment later.
+/// a limit of 0 it is this thread that closes the pipe of LPipeOut, a moment later. Where the
+/// system can make no thread, closing waits without a limit.
 ///
 /// The classes here are for one thread at a time.
 

@@ -11,6 +11,8 @@ thread_local LDetachedThreadsOwner* currentOwner = nullptr;
 
 }  // namespace
 
+LDetachedThread::~LDetachedThread() = default;
+
 // The owner's mutex, held throughout, keeps the object alive until this call is through with it:
 // neither can the thread destroy itself without it, nor anybody else.
 void LDetachedThread::StartDetached(LDetachedThreadsOwner& owner, int priority) {

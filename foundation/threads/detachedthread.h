@@ -22,6 +22,7 @@ class LDetachedThreadsOwner;
 class ZORVEX_API LDetachedThread : public LThread {
  public:
   using LThread::LThread;
+  ~LDetachedThread() override;
 
   /// The second half of LDetachedThreadsOwner::StartDetached, for an object which was added to the
   /// owner before; the object may be gone when this returns. Between the two calls the owner may
@@ -42,8 +43,9 @@ class ZORVEX_API LDetachedThread : public LThread {
 
 /// The detached threads of one part of a program, to stop them all. It outlives them: its
 /// destructor stops them and waits (in a forked child, where they do not run, it leaves them
-/// alone). Any thread may call anything here at any time, but no two of the owned threads may wait
-/// in StopThreadsNow at once, for each other.
+/// alone). So it is not for the work of one of them to destroy it. Any thread may call anything
+/// here at any time, but no two of the owned threads may wait in StopThreadsNow at once, for each
+/// other.
 class ZORVEX_API LDetachedThreadsOwner {
  public:
   LDetachedThreadsOwner() = default;

@@ -61,8 +61,11 @@ LThread::~LThread() {
 void LThread::Start(int priority) {
   const LLockObjectGuard guard(startLock_);
   if (HasThread()) return;
-  // The former run may be about to set its finished event, which must not happen in the new run.
+  // The former run may be about to set its finished event, which must not happen in the new run,
+  // and those who wait for it must see it before it is reset.
   WaitFinished();
+  for (int waiting = waiting_; waiting > 0; waiting = waiting_)
+    waiting_.wait(waiting);
   priority_ = priority;
   Launch(&LThread::_ThreadCallback);
 }
@@ -77,24 +80,11 @@ void LThread::StopThreadSoon() {
 }
 
 void LThread::WaitFinished() {
-  if (!HasRun() || IsFromParentProcess()) return;
-  // A signal handler that ran on this thread must not make us believe that the run is over.
-  while (!finished_.WaitSignal(LSignalWaitForever)) {
-    if (errno == EINTR) continue;
-    if (IsSetByReading(finished_)) break;
-    usleep(1000);
-  }
-  // Makes visible what the work wrote; the poll does so only in fact, not by the rules of C++.
-  static_cast<void>(running_.load(std::memory_order_acquire));
-  // The work may be over before the Start that began it: who now destroys the object must not do
-  // so under that call.
-  const LLockObjectGuard noStart(startLock_);
+  WaitForEnd(false);
 }
 
 void LThread::StopThreadNow() {
-  if (IsFromParentProcess()) return;
-  StopThreadSoon();
-  WaitFinished();
+  WaitForEnd(true);
 }
 
 void* LThread::_ThreadCallback(void* thread) {
@@ -126,6 +116,28 @@ bool LThread::HasThread() {
 bool LThread::IsFromParentProcess() const {
   const pid_t process = runProcess_;
   return process != 0 && process != getpid();
+}
+
+void LThread::WaitForEnd(bool asksToStop) {
+  if (IsFromParentProcess()) return;
+  {
+    // Not in the middle of a Start. That would take the request back; and the work may be over
+    // before the Start that began it: who now destroys the object must not do so under that call.
+    const LLockObjectGuard noStart(startLock_);
+    if (asksToStop) StopThreadSoon();
+    if (!HasRun()) return;
+    ++waiting_;
+  }
+  // A signal handler that ran on this thread must not make us believe that the run is over.
+  while (!finished_.WaitSignal(LSignalWaitForever)) {
+    if (errno == EINTR) continue;
+    if (IsSetByReading(finished_)) break;
+    usleep(1000);
+  }
+  // Makes visible what the work wrote; the poll does so only in fact, not by the rules of C++.
+  static_cast<void>(running_.load(std::memory_order_acquire));
+  --waiting_;
+  waiting_.notify_all();
 }
 
 void LThread::Launch(void* (*entry)(void*)) {

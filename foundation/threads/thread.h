@@ -79,10 +79,9 @@ class ZORVEX_API LThread : public LProcessInterface {
   /// Asks the run to stop; does not wait. The request stays until the next Start.
   void StopThreadSoon();
   /// Blocks until no run is going on: the work has returned, and what it wrote can be read.
-  /// Returns at once when nothing runs. If others start the object again meanwhile, the wait may
-  /// be for the end of a later run.
+  /// Returns at once when nothing runs. What others start again after that may be going on by then.
   void WaitFinished();
-  /// StopThreadSoon and WaitFinished.
+  /// StopThreadSoon and WaitFinished, with no Start in between that takes the request back.
   void StopThreadNow();
 
   /// Whether the last Start made a thread, be it over by now.
@@ -109,6 +108,7 @@ class ZORVEX_API LThread : public LProcessInterface {
 
   bool HasThread();
   [[nodiscard]] bool IsFromParentProcess() const;
+  void WaitForEnd(bool asksToStop);
   void Launch(void* (*entry)(void*));
   bool CreateThread(void* (*entry)(void*));
   void EndWork();
@@ -127,6 +127,8 @@ class ZORVEX_API LThread : public LProcessInterface {
   // The process in which the last Start made a thread, 0 when it made none. While it is this
   // process, the finished event has been set or will be.
   std::atomic<pid_t> runProcess_{0};
+  // How many wait for the finished event. Goes up under startLock_ only.
+  std::atomic<int> waiting_{0};
 };
 
 #endif  // ZORVEX_FOUNDATION_THREADS_THREAD_H

@@ -93,8 +93,10 @@ TEST(PipeTest, WritingToACommandThatIsGoneFailsAndKillsNobody) {
     if (row.isPending) raise(SIGPIPE);
     LPipeInOut both;
     LPipeOut out;
-    ASSERT_TRUE(both._Open("exit 0", 0, 0) && out._Open("exec <&-; sleep 0.01"));
-    EXPECT_EQ(ReadAll(both.Reader()), "");
+    ASSERT_TRUE(both._Open("head -c 1", 0, 0) && out._Open("exec <&-; sleep 0.01"));
+    // Goes away in the middle of the write.
+    EXPECT_FALSE(both.Writer().WriteString(std::string(1 << 20, 'a').c_str()));
+    EXPECT_EQ(ReadAll(both.Reader()), "a;");
     for (LWriteFileRef writer : {both.Writer(), out.Writer()}) {
       while (writer.WriteString("text")) {
       }
@@ -115,7 +117,7 @@ TEST(PipeTest, ClosingDoesNotHangAndStillReapsTheCommand) {
   LPipeOut out;
   ASSERT_TRUE(in._Open("exec sleep 60"));
   const auto before = OpenDescriptors();
-  ASSERT_TRUE(out._Open("exec sleep 0.2"));
+  ASSERT_TRUE(out._Open("exec sleep 1"));
   const int pid = in.Pid();
   EXPECT_EQ(out.Close(0), -1);
   while (OpenDescriptors() != before)
@@ -163,7 +165,9 @@ TEST(PipeTest, ProcessWithoutStandardDescriptors) {
       const bool isOpen = both._Open("read line; echo got $line", 0, 0);
       both.Writer().WriteLineLF("it");
       const bool isAbove = both.Reader().Descriptor() > 2 && both.Writer().Descriptor() > 2;
-      _exit(isOpen && isAbove && ReadAll(both.Reader()) == "got it;" ? 0 : 1);
+      LPipeOut out;
+      const bool isOutAbove = out._Open("cat >/dev/null") && out.Writer().Descriptor() > 2;
+      _exit(isOpen && isAbove && isOutAbove && ReadAll(both.Reader()) == "got it;" ? 0 : 1);
     }
     int status = -1;
     waitpid(child, &status, 0);

@@ -317,6 +317,7 @@ TEST_F(ThreadTest, EverythingAtOnce) {
         [&] { worker.Start(91); },
         [&] { worker.Start(0); },
         [&] { worker.StopThreadSoon(); },
+        [&] { worker.StopThreadNow(); },
         [&] { worker.SetPriority(worker.Priority()); },
         [&] { EXPECT_TRUE(worker.HasRun() || worker.MachThreadId() == -1 || worker.IsRunning()); },
         [&] { owner.StartDetached(new Detached(UntilStopped), 0); },
@@ -336,6 +337,15 @@ TEST_F(ThreadTest, EverythingAtOnce) {
     EXPECT_GT(runs, 0);
   }
   EXPECT_EQ(Detached::alive, 0);
+  // Nobody else is there to end a run whose stop request a start took back.
+  Worker toggled(UntilStopped);
+  std::atomic<int> starts = 0;
+  const std::jthread starter([&] {
+    for (; starts < 500; ++starts)
+      toggled.Start(0);
+  });
+  while (starts < 500)
+    toggled.StopThreadNow();
 }
 
 }  // namespace

@@ -28,14 +28,14 @@
 /// | E F G a A     | a slot                             | the double that has these bits     |
 /// | flags, * h j  | a slot                             | nothing: "%-5d" gives "5d"         |
 /// | t ' n         |                                    |                                    |
-/// | any other     | a slot                             | the specification as it stands     |
+/// | any other     | a slot                             | itself, as it stands in the format |
 ///
 /// Flags are - + # and the space.
 ///
 /// Without a modifier an integer is the low 32 bits of its slot, with one it is all 64. Characters
-/// between '%' and the conversion in another order than above, "%5.3.2d", give the specification as
-/// it stands; 257 of them are kept, the others dropped. The text of a conversion other than `s` is
-/// cut after 271 characters and ends at a NUL. A '%' that the format ends behind gives nothing. A
+/// between '%' and the conversion in another order than above, "%5.3.2d", are given as they stand;
+/// 257 of them are kept, the others dropped. The text of a conversion other than `s` is cut after
+/// 271 characters and ends at a NUL. A '%' that the format ends behind gives nothing. A
 /// null format gives nothing and the result 0.
 ///
 /// Arguments are not checked: one that does not fit its conversion, or is missing, is undefined

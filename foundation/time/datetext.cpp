@@ -1,29 +1,18 @@
 // SPDX-License-Identifier: MIT
 // The text forms of LDateTime.
-#include <array>
 #include <charconv>
-#include <cstddef>
 #include <cstdlib>
-#include <cstring>
 
+#include "foundation/text/decimaldigits.h"
 #include "foundation/time/datetime.h"
 #include "foundation/time/localfields.h"
 
 namespace {
 
-constexpr std::array<char, 200> pairsOfDigits = [] {
-  std::array<char, 200> pairs{};
-  for (std::size_t i = 0; i < 100; ++i) {
-    pairs[2 * i] = static_cast<char>('0' + i / 10);
-    pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
-  }
-  return pairs;
-}();
-
 // Each of these writes unterminated text and returns its end.
 
 char* PutPair(char* to, int number) {
-  std::memcpy(to, &pairsOfDigits[static_cast<unsigned int>(2 * number)], 2);
+  WritePairBefore(to + 2, static_cast<unsigned int>(number));
   return to + 2;
 }
 

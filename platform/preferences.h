@@ -22,8 +22,9 @@
 /// synchronisation that has something to store, which keeps what this process still knew of them.
 ///
 /// All may be called from any thread. Nobody waits for the disk but who synchronises or is the
-/// first to look. After a fork both processes may go on. Texts are borrowed for the call, none may
-/// be null unless it says so. Throws std::bad_alloc, nothing else.
+/// first to look. After a fork both processes may go on; what was not synchronised by then is the
+/// parent's to store. Texts are borrowed for the call, none may be null unless it says so. Throws
+/// std::bad_alloc, nothing else.
 
 /// The value of a key, null when there is none.
 CFStringRef CFPreferencesCopyValue(const char* key, const char* application, const char* user,

@@ -62,6 +62,19 @@ class Statement {
   int code_ = SQLITE_OK;
 };
 
+/// Ends a transaction that was left in the middle, also by std::bad_alloc: nobody else could write.
+struct RollBackAtEnd {
+  explicit RollBackAtEnd(sqlite3* ofDatabase) : database(ofDatabase) {}
+  ~RollBackAtEnd() {
+    if (sqlite3_get_autocommit(database) == 0) {
+      sqlite3_exec(database, "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+  }
+  RollBackAtEnd(const RollBackAtEnd&) = delete;
+  RollBackAtEnd& operator=(const RollBackAtEnd&) = delete;
+  sqlite3* database;
+};
+
 }  // namespace
 
 PreferencesDatabase::~PreferencesDatabase() {
@@ -158,17 +171,14 @@ PreferencesDatabase::Result PreferencesDatabase::Attempt(
 PreferencesDatabase::Result PreferencesDatabase::Transact(
     const std::vector<Preference>& changes, std::optional<std::vector<Preference>>& stored,
     bool isWriting) {
+  const RollBackAtEnd unlessCommitted{database_};
   Result result = Execute(isWriting ? "BEGIN IMMEDIATE" : "BEGIN");
   int version = 0;
   if (result == Result::Done) result = ReadVersion(version);
   if (result == Result::Done && version_ != version) result = ReadAll(stored.emplace());
   if (result == Result::Done && isWriting) result = Store(changes);
   if (result == Result::Done) result = Execute("COMMIT");
-  if (result == Result::Done) {
-    version_ = version;
-  } else if (sqlite3_get_autocommit(database_) == 0) {
-    Execute("ROLLBACK");
-  }
+  if (result == Result::Done) version_ = version;
   return result;
 }
 

@@ -50,6 +50,10 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/store/sizedarray.h
   foundation/store/stringlongkey.h
   foundation/store/uricodec.h
+  foundation/store/xmldocument.h
+  foundation/store/xmlelement.h
+  foundation/store/xmlloader.h
+  foundation/system/memory.h
   foundation/text/charsets.h
   foundation/text/codepages.h
   foundation/text/stringformat.h

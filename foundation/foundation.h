@@ -39,6 +39,10 @@
 #include <zorvex/foundation/store/settingcipher.h>
 #include <zorvex/foundation/store/sizedarray.h>
 #include <zorvex/foundation/store/uricodec.h>
+#include <zorvex/foundation/store/xmldocument.h>
+#include <zorvex/foundation/store/xmlelement.h>
+#include <zorvex/foundation/store/xmlloader.h>
+#include <zorvex/foundation/system/memory.h>
 #include <zorvex/foundation/text/charsets.h>
 #include <zorvex/foundation/text/codepages.h>
 #include <zorvex/foundation/text/stringformat.h>

@@ -13,6 +13,7 @@
 #include <cwctype>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -36,6 +37,10 @@ const Char* FindAnyCase(const Char* haystack, const Char* needle) {
   const auto found = std::search(hay.begin(), hay.end(), wanted.begin(), wanted.end(),
                                  [](Char a, Char b) { return a == b || Upper(a) == Upper(b); });
   return found == hay.end() && !wanted.empty() ? nullptr : haystack + (found - hay.begin());
+}
+
+bool IsFormatting(char character) {
+  return static_cast<unsigned char>(character) < ' ';
 }
 
 /// Copies what fits, and terminates it.
@@ -91,6 +96,23 @@ void LStringTrim(Char* text) {
   LStringRemoveTrailingSpaces(text);
 }
 
+void LStringRemoveTrailingFormatting(char* text) {
+  if (!text) return;
+  std::size_t length = std::strlen(text);
+  while (length > 0 && IsFormatting(text[length - 1]))
+    --length;
+  text[length] = 0;
+}
+
+void LStringTrimFormatting(char* text) {
+  if (!text) return;
+  LStringRemoveTrailingFormatting(text);
+  const char* begin = text;
+  while (*begin && IsFormatting(*begin))
+    ++begin;
+  if (begin != text) std::memmove(text, begin, std::strlen(begin) + 1);
+}
+
 const char* tstristr(const char* haystack, const char* needle) {
   return FindAnyCase(haystack, needle);
 }
@@ -138,6 +160,17 @@ std::size_t LParseGetToCharacters(const Char* source, const Char* stops, Char* o
   if (!source) source = "";
   const std::size_t length = std::strcspn(source, stops ? stops : "");
   CopyCut(out, kFixedSize, source, length);
+  return length;
+}
+
+std::size_t LParseGetToEndOfLine(const char* text, LStringLongTemplate<char>& line) {
+  if (!text) text = "";
+  const std::size_t length = std::strcspn(text, "\r\n");
+  LStringLongTemplate<char> copy;
+  copy.GrowToSize(length + 1);
+  std::memcpy(copy.Buffer(), text, length);
+  copy.SetLength(length);
+  line = std::move(copy);
   return length;
 }
 

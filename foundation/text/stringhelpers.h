@@ -23,6 +23,12 @@ template <typename Char>
 ZORVEX_API void LStringRemoveTrailingSpaces(Char* text);
 extern template ZORVEX_API void LStringRemoveTrailingSpaces(char* text);
 
+/// Removes characters with codes 1 to 31 (line ends and tabs, not spaces) at both ends, in place.
+ZORVEX_API void LStringTrimFormatting(char* text);
+
+/// The same at the end alone.
+ZORVEX_API void LStringRemoveTrailingFormatting(char* text);
+
 /// First place in `haystack` where `needle` stands in any case, or null. An empty needle stands at
 /// the beginning. Null when either is null.
 ZORVEX_API const char* tstristr(const char* haystack, const char* needle);
@@ -48,6 +54,10 @@ template <typename Char>
 ZORVEX_API std::size_t LParseGetToCharacters(const Char* source, const Char* stops, Char* out);
 extern template ZORVEX_API std::size_t LParseGetToCharacters(const char* source, const char* stops,
                                                              char* out);
+
+/// Replaces `line` by `text` up to its first LF or CR, or all of it. Returns the number of
+/// characters in front of that place. Throws std::bad_alloc; `line` is then as it was.
+ZORVEX_API std::size_t LParseGetToEndOfLine(const char* text, LStringLongTemplate<char>& line);
 
 /// Copies what stands in `text` between the first `startTag` and the first `endTag` behind it, or
 /// the end of `text` when there is none, into `out` of `outSize` bytes; a longer field is cut.

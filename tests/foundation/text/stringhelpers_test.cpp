@@ -56,19 +56,25 @@ TEST(StringHelpersTest, ChangesTextsInPlace) {
   const struct {
     const char* text;
     const char* trimmed;
+    const char* withoutFormatting;
     const char* lower;
     const char* upper;
   } cases[] = {
-      {"", "", "", ""},
-      {"   ", "", "   ", "   "},
-      {"  a B  ", "a B", "  a b  ", "  A B  "},
-      {"\t x\n ", "\t x\n", "\t x\n ", "\t X\n "},
-      {" Zo\xc3\xab ", "Zo\xc3\xab", " zo\xc3\xab ", " ZO\xc3\xab "},
+      {"", "", "", "", ""},
+      {"   ", "", "   ", "   ", "   "},
+      {"  a B  ", "a B", "  a B  ", "  a b  ", "  A B  "},
+      {"\t x\n ", "\t x\n", " x\n ", "\t x\n ", "\t X\n "},
+      {"\n\x1f\x01", "\n\x1f\x01", "", "\n\x1f\x01", "\n\x1f\x01"},
+      {"\rx\ty\n\t", "\rx\ty\n\t", "x\ty", "\rx\ty\n\t", "\rX\tY\n\t"},
+      {" Zo\xc3\xab ", "Zo\xc3\xab", " Zo\xc3\xab ", " zo\xc3\xab ", " ZO\xc3\xab "},
   };
   for (const auto& test : cases) {
     Exact text(test.text);
     LStringTrim<char>(text.data());
     EXPECT_STREQ(text.data(), test.trimmed);
+    Exact lines(test.text);
+    LStringTrimFormatting(lines.data());
+    EXPECT_STREQ(lines.data(), test.withoutFormatting);
     EXPECT_STREQ(strlwr(Exact(test.text).data()), test.lower);
     EXPECT_STREQ(strupr(Exact(test.text).data()), test.upper);
   }
@@ -141,6 +147,14 @@ TEST(StringHelpersTest, CutsFieldsToTheirBuffers) {
   EXPECT_EQ(out.data(), std::string(259, 'b'));
   EXPECT_EQ(LParseGetToCharacters<char>(nullptr, ",", out.data()), 0U);
   EXPECT_EQ(out[0], 0);
+
+  LStringLongTemplate<char> line = "old";
+  const std::pair<const char*, std::size_t> lines[] = {{"a b\r\nc", 3}, {"a\n\r", 1}, {"\n", 0},
+                                                       {"abc", 3},      {"", 0},      {nullptr, 0}};
+  for (const auto& [from, length] : lines) {
+    EXPECT_EQ(LParseGetToEndOfLine(from, line), length);
+    EXPECT_EQ(std::string(line.Text()), std::string(from ? from : "").substr(0, length));
+  }
 }
 
 TEST(StringHelpersTest, RemovesOneItemOfAQuery) {

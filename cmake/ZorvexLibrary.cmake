@@ -40,19 +40,27 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/files/lockfile.h
   foundation/files/pipe.h
   foundation/files/processtransfer.h
+  foundation/store/applicationsettings.h
   foundation/store/base64.h
   foundation/store/blowfish.h
+  foundation/store/cfstring.h
   foundation/store/datfile.h
   foundation/store/hashtable.h
+  foundation/store/hiddensettings.h
   foundation/store/list.h
   foundation/store/rbtree.h
   foundation/store/settingcipher.h
+  foundation/store/settingkeys.h
+  foundation/store/settingsrecord.h
+  foundation/store/sharedsettings.h
   foundation/store/sizedarray.h
   foundation/store/stringlongkey.h
   foundation/store/uricodec.h
+  foundation/store/usersettings.h
   foundation/store/xmldocument.h
   foundation/store/xmlelement.h
   foundation/store/xmlloader.h
+  foundation/store/xmlsettings.h
   foundation/system/memory.h
   foundation/text/charsets.h
   foundation/text/codepages.h
@@ -74,10 +82,12 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/time/soundtime.h
   platform/audioconverter.h
   platform/captureplatform.h
+  platform/cfstring.h
   platform/coreaudiotypes.h
   platform/cvpixelbuffer.h
   platform/fourcharcode.h
   platform/nsobject.h
+  platform/preferencesdomain.h
   platform/qtcapturedevice.h
   platform/qtcaptureoutput.h
   platform/qtcapturesession.h

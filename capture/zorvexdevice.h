@@ -21,6 +21,7 @@ class ZRVXDeviceDecompressedVideoOutputDelegate;
 /// Receives the name and the platform's object of each device; true goes on, false ends the walk.
 class IZRVXDeviceEnumeratorEx {
  public:
+  /// Borrows both for the call.
   virtual bool OnDevice(char const* name, QTCaptureDevice* device) = 0;
 
  protected:
@@ -76,47 +77,70 @@ class ZORVEX_API ZRVXDevice {
   /// The slot of that name and kind, or a fresh one with count 0; none when no device matches or no
   /// slot is free. The caller holds the registry's lock.
   static ZRVXDevice* CreateDevice(char const* name, ZRVXDeviceMediaType mediaType);
+  /// Walks the devices that the platform lists, until the enumerator gives false.
   static void Enumerate(IZRVXDeviceEnumeratorEx* enumerator);
+  /// Whether a device of the platform qualifies for a kind of media.
   static bool HasMediaType(QTCaptureDevice* device, ZRVXDeviceMediaType mediaType);
+  /// Whether the platform captures a kind of media; all but sound it always does.
   static bool IsMediaTypeSupported(ZRVXDeviceMediaType mediaType);
+  /// As ZRVXHasUsedDevices.
   static bool HasUsedDevices();
+  /// As ZRVXDumpUsedDevices.
   static bool DumpUsedDevices();
   /// Runs CloseAudioDevice on every slot, in use or not; true when each of them gave true.
   static bool CloseAllAudioDevices();
 
   /// Empties the slot, unless its session runs.
   void Clear();
+  /// Counts one more holder. The caller holds the registry's lock.
   void Retain();
+  /// Counts one holder less; the last one empties the slot, unless its session runs. The caller
+  /// holds the registry's lock.
   void Release();
 
+  /// As ZRVXDeviceOpen.
   bool Open();
+  /// As ZRVXDeviceClose.
   bool Close();
+  /// As ZRVXDeviceIsOpened.
   bool IsOpened() const;
+  /// As ZRVXDeviceIsConnected.
   bool IsConnected() const;
+  /// As ZRVXDeviceIsUsedByAnotherApplication.
   bool IsUsedByAnotherApplication() const;
   bool HasMediaType(ZRVXDeviceMediaType mediaType) const;
 
+  /// As ZRVXDeviceStartCapture.
   bool StartCapture(ZRVXVideoCallBack videoCallBack, long videoCallBackData,
                     unsigned int pixelFormat, unsigned long width, unsigned long height,
                     ZRVXAudioCallBack audioCallBack, long audioCallBackData,
                     unsigned int audioFormatFlags, unsigned long sampleRate, unsigned long channels,
                     unsigned long bytesPerSample, char const* movieFile);
+  /// As ZRVXDeviceStopCapture.
   bool StopCapture();
+  /// As ZRVXDeviceStopRecording.
   bool StopRecording();
+  /// As ZRVXDeviceIsCapturing.
   bool IsCapturing() const;
+  /// As ZRVXDeviceInvalidateCaptureVideoCallBack.
   bool InvalidateCaptureVideoCallBack(ZRVXVideoCallBack callBack, long data);
+  /// As ZRVXDeviceGetSMPTETime.
   bool GetSMPTETime(SMPTETime* timeCode) const;
 
   /// Attaches a separate device for the sound of the next start, in place of the one attached
   /// before, whose session stops. Nothing happens for an empty name and for the one that is
   /// attached already, byte for byte. The name stays attached also when no device has it.
   void CreateAudioDevice(char const* name);
+  /// As ZRVXDeviceCloseAudioDevice.
   bool CloseAudioDevice();
+  /// As ZRVXDeviceInvalidateCaptureAudioCallBack.
   bool InvalidateCaptureAudioCallBack(ZRVXAudioCallBack callBack, long data);
 
+  /// As ZRVXDeviceIsTransportAvailable.
   bool IsTransportAvailable() const;
   /// What the device answers: for a device without a transport ZRVXDeviceTransportModeUnavailable.
   ZRVXDeviceTransportMode GetTransportMode() const;
+  /// As ZRVXDeviceSetTransportMode.
   void SetTransportMode(ZRVXDeviceTransportMode mode);
 
   /// Whether the platform has audio outputs; found out once, while the library loads. While it is

@@ -67,6 +67,7 @@ class ZORVEX_API ZRVXDeviceFormatHolder final : public IZRVXDeviceFormatEnumerat
 
   /// Whether it has any format.
   bool IsValid() const { return Audio.Count() != 0 || Video.Count() != 0; }
+  /// Puts the formats in the order of CompareFunc.
   void Sort();
   /// Hands the sound formats to `enumerator` until it gives false, then, whatever it gave, the
   /// pictures' formats likewise.

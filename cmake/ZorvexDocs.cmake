@@ -1,7 +1,7 @@
 # The target docs: the API reference as HTML in docs/html of the build tree. Warnings are errors.
 find_package(Doxygen QUIET)
 if(NOT DOXYGEN_FOUND)
-  message(STATUS "No target docs: doxygen is missing (scripts/install-packages ci)")
+  message(STATUS "No target docs, and no test of the documentation: doxygen is missing (scripts/install-packages check)")
   return()
 endif()
 

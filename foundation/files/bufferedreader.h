@@ -42,6 +42,7 @@ class ZORVEX_API LReadFileBuffered {
   /// Absolute, in bytes. The buffer is emptied. False when the descriptor can not seek there; then
   /// nothing has changed.
   bool Seek(unsigned int position);
+  /// The same for positions beyond 4 GB.
   bool Seek64(unsigned long long position);
   /// By `distance` bytes from Tell64(), else as above.
   bool SeekOffset64(long long distance);

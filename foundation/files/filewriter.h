@@ -24,6 +24,7 @@ class ZORVEX_API LWriteFileRef {
   /// The text and its line break go out in one write, so that the lines of several processes that
   /// append to one file stay whole.
   void WriteLineCRLF(const char* text);
+  /// The same with a line feed alone behind it.
   void WriteLineLF(const char* text);
 
   /// What LReadFileRef::ReadStringLenUTF8 reads: one byte with the length of the text in bytes if

@@ -51,6 +51,7 @@ class ZORVEX_API LPipeIn {
   bool _Open(const char* command);
   [[nodiscard]] LReadFileRef Reader() const { return readDescriptor_; }
   [[nodiscard]] int Pid() const { return pid_; }
+  /// Closes the pipe and waits for the command; its status as above.
   int Close(unsigned int timeoutMs = 1000);
 
  private:
@@ -69,6 +70,7 @@ class ZORVEX_API LPipeOut {
   /// Closes what was open, then starts the command.
   bool _Open(const char* command);
   [[nodiscard]] LWriteFileRef Writer() const { return descriptor_; }
+  /// Closes the pipe and waits for the command; its status as above.
   int Close(unsigned int timeoutMs = 1000);
 
  private:
@@ -92,6 +94,7 @@ class ZORVEX_API LPipeInOut {
   [[nodiscard]] int Pid() const { return pid_; }
   /// The command reads the end of its input; its output can still be read.
   void CloseWriter();
+  /// Closes the pipe and waits for the command; its status as above.
   int Close(unsigned int timeoutMs = 1000);
 
  private:

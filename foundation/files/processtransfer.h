@@ -18,8 +18,10 @@
 /// stopped; 2 when one read or write moved less than it should. What was moved before stays moved.
 /// A pipe that holds less than a chunk at the moment ends a read with 2.
 
+/// Reads exactly `n` bytes.
 ZORVEX_API int LProcessFileRead(LProcessInterface& process, LReadFileRef& file, void* buf,
                                 std::size_t n);
+/// Writes exactly `n` bytes.
 ZORVEX_API int LProcessFileWrite(LProcessInterface& process, LWriteFileRef& file, const void* buf,
                                  std::size_t n);
 

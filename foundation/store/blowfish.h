@@ -25,11 +25,13 @@ class ZORVEX_API LBlowFish {
 
   /// One block, in its two halves.
   void Blowfish_encipher(unsigned int& left, unsigned int& right);
+  /// The way back.
   void Blowfish_decipher(unsigned int& left, unsigned int& right) const;
 
   /// All blocks of `length` bytes, in place, at any address. `data` has room for a whole number of
   /// blocks: when `length` is no multiple of 8, the last block goes beyond it.
   void Encode(void* data, unsigned long length);
+  /// The way back, over as many bytes.
   void Decode(void* data, unsigned long length) const;
 
   /// Enciphers a text with its terminator, filled up with zeros to a whole number of blocks, and

@@ -56,6 +56,7 @@ class ZORVEX_API LDatFile {
   explicit LDatFile(const char* path);
   [[nodiscard]] const char* Path() const { return path_; }
 
+  /// In decimal digits.
   void SetInt64(const char* section, const char* name, long long value) const;
   /// As ttoi64template reads it.
   [[nodiscard]] long long GetInt64(const char* section, const char* name,
@@ -78,17 +79,20 @@ class ZORVEX_API LDatFile {
 
   /// As "-6dB"; silence as "--dB", which GetDB reads as -127.
   void SetDB(const char* section, const char* name, LdB<signed char> value) const;
+  /// What SetDB wrote; the default when the item is missing.
   [[nodiscard]] LdB<signed char> GetDB(const char* section, const char* name,
                                        LdB<signed char> defaultValue) const;
 
   /// As LSoundTime::_GetText writes it, to the millisecond.
   void SetSoundTime(const char* section, const char* name, LSoundTime value) const;
+  /// What SetSoundTime wrote; the default when the item is missing.
   [[nodiscard]] LSoundTime GetSoundTime(const char* section, const char* name,
                                         LSoundTime defaultValue) const;
 
   /// Lists inside a section: the item "PREFIXcount" holds the length, and each entry has items
   /// named "PREFIXindexSUFFIX", one for each suffix: "Filecount", "File0Name", "File0Size".
   [[nodiscard]] int GetListCount(const char* section, const char* prefix) const;
+  /// Sets how many entries the list has; the entries themselves stay as they are.
   void SetListCount(const char* section, const char* prefix, int count) const;
   /// Counts one more entry and returns its index. Its items are the caller's to set. Two processes,
   /// or threads, that add at the same time can get the same index.

@@ -71,6 +71,7 @@ class ZORVEX_API LHashTable {
   /// That it stays trimmed in the table is deliberate.
   const char* GetParmTrim(const char* key, const char* defaultValue);
 
+  /// Whether there is an entry of that key, be its value empty.
   [[nodiscard]] bool TestFieldExists(const char* key) const;
   /// The same.
   [[nodiscard]] bool TestExists(const char* key) const { return TestFieldExists(key); }
@@ -82,6 +83,7 @@ class ZORVEX_API LHashTable {
 
   /// Stores a number in decimal digits.
   void SetInt(const char* key, int value);
+  /// Stores a number in decimal digits.
   void SetInt64(const char* key, long long value);
   /// Stores a number with six decimals ("%f").
   void SetFloat(const char* key, double value);
@@ -123,6 +125,7 @@ class ZORVEX_API LHashTable {
   /// When memory runs out the pairs before that place have been added.
   void LoadHTTPString(const char* text) { LoadHTTPStringUTF8(text); }
   void LoadHTTPString(const LStringLongTemplate<char>& text) { LoadHTTPStringUTF8(text.Text()); }
+  /// The function of the name without UTF8, which says it all.
   void LoadHTTPStringUTF8(const char* text);
 
   /// Replaces the text of `out` with the table as a query string, in the encoding of

@@ -48,12 +48,14 @@ class ZORVEX_API LSharedSettingsRecord {
   /// primary key, and not at its path, which is another place for all records that are not at the
   /// top.
   [[nodiscard]] bool TestFieldExists(const char* name) const;
+  /// Removes the field; see TestFieldExists.
   void DeleteField(const char* name);
 
   /// Whether there is a child of that name: it has a key of its own, or an item.
   [[nodiscard]] bool TestSubRecordExists(const char* name) const;
   /// Removes the record, or a child of it, with all that is in it.
   void DeleteRecord();
+  /// Removes a child of it in the same way.
   void DeleteSubRecord(const char* name);
 };
 

@@ -14,8 +14,10 @@
 /// Replaces the document by what is in the file, for who wants to read or change much of it. True,
 /// whatever could be read.
 ZORVEX_API bool LSharedSettingsLoad(LXMLDocument& document);
+/// Writes the document over the file.
 ZORVEX_API void LSharedSettingsSave(const LXMLDocument& document);
 
+/// Sets a value, in place of the one there was.
 ZORVEX_API void LSharedSettingSetString(const char* section, const char* name, const char* value);
 /// The value, or the default when there is none; true when there is one.
 ZORVEX_API bool _LSharedSettingGetString(const char* section, const char* name,
@@ -40,6 +42,7 @@ ZORVEX_API bool LSharedSettingTestExists(const char* section, const char* name);
 /// the item "__name", with a default that deliberately makes no difference.
 ZORVEX_API void LSharedSettingSetPassword(const char* section, const char* name,
                                           const char* password);
+/// False, with an empty text, when there is none.
 ZORVEX_API bool LSharedSettingGetPassword(const char* section, const char* name,
                                           const char* defaultValue, char* out);
 

@@ -38,6 +38,7 @@ ZORVEX_API void LUserSettingDeleteItem(const char* section, const char* name);
 /// case: "A" removes "A/b" and "a/x/y", but not "AB/c".
 ZORVEX_API void LUserSettingDeleteSection(const char* section);
 
+/// Whether the setting has a value.
 ZORVEX_API bool LUserSettingTestExists(const char* section, const char* name);
 /// The same for a whole key.
 ZORVEX_API bool LUserSettingTestKeyExists(const char* path);
@@ -56,6 +57,7 @@ ZORVEX_API bool LUserSettingGetPassword(const char* section, const char* name,
 /// the default; what is longer is cut.
 ZORVEX_API bool LSettingGetUnicodeString(const char* section, const char* name,
                                          const wchar_t* defaultValue, wchar_t* out);
+/// The other way; false when it was not stored.
 ZORVEX_API bool LSettingSetUnicodeString(const char* section, const char* name,
                                          const wchar_t* value);
 

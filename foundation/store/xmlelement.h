@@ -115,6 +115,7 @@ class ZORVEX_API LXMLElement {
   /// Elements may lie in memory that others share; these know which.
   static void* operator new(std::size_t size);
   static void* operator new(std::size_t, void* place) noexcept { return place; }
+  /// Gives back what operator new gave.
   static void operator delete(void* element) noexcept;
   static void operator delete(void*, void*) noexcept {}
 

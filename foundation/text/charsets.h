@@ -71,6 +71,7 @@ ZORVEX_API std::size_t LCopyFromUnicode(LStringLongTemplate<char>& dest, const u
 
 /// Copies at most `size` - 1 units, each by itself, and terminates them.
 ZORVEX_API void LCopyUnicodeFromUTF32(unsigned short* dest, const wchar_t* src, std::size_t size);
+/// The same the other way.
 ZORVEX_API void LCopyUTF32FromUnicode(wchar_t* dest, const unsigned short* src, std::size_t size);
 
 /// Copies units up to the terminator, `count` at most, with their bytes swapped from the machine's

@@ -33,37 +33,49 @@ ZORVEX_API std::size_t LCopyToISO88591(LStringLongTemplate<char>& dest, const ch
 /// With a size of strlen(src) + 1.
 ZORVEX_API void LCopyToISO88591(char* dest, const char* src);
 
+/// From Windows-1252, Western European.
 ZORVEX_API void LCopyFromWIN1252(char* dest, const char* src, std::size_t size);
 ZORVEX_API std::size_t LCopyFromWIN1252(LStringLongTemplate<char>& dest, const char* src);
+/// To Windows-1252.
 ZORVEX_API void LCopyToWIN1252(char* dest, const char* src, std::size_t size);
 ZORVEX_API std::size_t LCopyToWIN1252(LStringLongTemplate<char>& dest, const char* src);
 
 /// Shift JIS of the standard, whose 0x5C is a yen sign, not code page 932.
 ZORVEX_API void LCopyFromSHIFTJIS932(char* dest, const char* src, std::size_t size);
 ZORVEX_API std::size_t LCopyFromSHIFTJIS932(LStringLongTemplate<char>& dest, const char* src);
+/// To Shift-JIS.
 ZORVEX_API void LCopyToSHIFTJIS932(char* dest, const char* src, std::size_t size);
 ZORVEX_API std::size_t LCopyToSHIFTJIS932(LStringLongTemplate<char>& dest, const char* src);
 
+/// From ISO-2022-JP, Japanese in mails.
 ZORVEX_API void LCopyFromISO2022JP(char* dest, const char* src, std::size_t size);
 ZORVEX_API std::size_t LCopyFromISO2022JP(LStringLongTemplate<char>& dest, const char* src);
+/// To ISO-2022-JP.
 ZORVEX_API void LCopyToISO2022JP(char* dest, const char* src, std::size_t size);
 ZORVEX_API std::size_t LCopyToISO2022JP(LStringLongTemplate<char>& dest, const char* src);
 
+/// From EUC-KR, Korean.
 ZORVEX_API void LCopyFromEUCKR(char* dest, const char* src, std::size_t size);
 ZORVEX_API std::size_t LCopyFromEUCKR(LStringLongTemplate<char>& dest, const char* src);
+/// To EUC-KR.
 ZORVEX_API void LCopyToEUCKR(char* dest, const char* src, std::size_t size);
 ZORVEX_API std::size_t LCopyToEUCKR(LStringLongTemplate<char>& dest, const char* src);
 
+/// From ISO 8859-5, Cyrillic.
 ZORVEX_API void LCopyFromISO88595(char* dest, const char* src, std::size_t size);
 ZORVEX_API std::size_t LCopyFromISO88595(LStringLongTemplate<char>& dest, const char* src);
+/// To ISO 8859-5.
 ZORVEX_API void LCopyToISO88595(char* dest, const char* src, std::size_t size);
 ZORVEX_API std::size_t LCopyToISO88595(LStringLongTemplate<char>& dest, const char* src);
 
+/// From GB 18030, Chinese.
 ZORVEX_API void LCopyFromGB18030(char* dest, const char* src, std::size_t size);
 ZORVEX_API std::size_t LCopyFromGB18030(LStringLongTemplate<char>& dest, const char* src);
+/// To GB 18030.
 ZORVEX_API void LCopyToGB18030(char* dest, const char* src, std::size_t size);
 ZORVEX_API std::size_t LCopyToGB18030(LStringLongTemplate<char>& dest, const char* src);
 
+/// From KOI8-R, Russian.
 ZORVEX_API void LCopyFromKOI8R(char* dest, const char* src, std::size_t size);
 ZORVEX_API std::size_t LCopyFromKOI8R(LStringLongTemplate<char>& dest, const char* src);
 /// Always gives the empty text, deliberately: it asks iconv for a set that there is not.

@@ -42,6 +42,7 @@ ZORVEX_API int tstrcmpend(const char* text, const char* ending);
 
 /// Turns every character into its lower or upper case, in place; returns `text`.
 ZORVEX_API char* strlwr(char* text);
+/// To upper case.
 ZORVEX_API char* strupr(char* text);
 
 /// Number of UTF-16 units before the terminator.

@@ -41,8 +41,11 @@ class ZORVEX_API LStringLongTemplate {
   /// the new length with SetLength.
   [[nodiscard]] Char* Buffer() { return buffer_; }
   [[nodiscard]] const Char* Buffer() const { return buffer_; }
+  /// In characters, without the terminator.
   [[nodiscard]] std::uint64_t Length() const { return length_; }
+  /// In characters, the terminator among them; 0 without a buffer.
   [[nodiscard]] std::uint64_t Capacity() const { return capacity_; }
+  /// Whether the length is 0.
   [[nodiscard]] bool IsEmpty() const { return length_ == 0; }
 
   /// Cuts the text, or takes in what was written behind it, and terminates it. `length` must be

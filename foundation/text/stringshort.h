@@ -26,6 +26,7 @@ class ZORVEX_API LStringShortTemplate {
   LStringShortTemplate(LStringPrintFormatTemplate<Char> format, ...);
 
   operator const Char*() const { return text_; }
+  /// Terminated, valid while the string lives.
   [[nodiscard]] const Char* Text() const { return text_; }
   /// The 260 characters, for functions that write into such a buffer.
   [[nodiscard]] Char* Buffer() { return text_; }

@@ -12,6 +12,7 @@
 /// character ends the number, so that "0x1F" is 0. More than eight digits wrap: the last eight
 /// count.
 ZORVEX_API unsigned int atoh(const char* text);
+/// The same for wide text.
 ZORVEX_API unsigned int wtoh(const wchar_t* text);
 
 /// Decimal number at the beginning of `text`: characters with codes below 33 are skipped, then

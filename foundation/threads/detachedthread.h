@@ -32,6 +32,7 @@ class ZORVEX_API LDetachedThread : public LThread {
   void StartDetached(LDetachedThreadsOwner& owner, int priority);
 
  protected:
+  /// What a new thread begins with; the argument is the LDetachedThread.
   static void* _ThreadCallback(void* thread);
 
  private:

@@ -71,10 +71,12 @@ class ZORVEX_API LLockObjectShared {
 
   /// Waits while a writer holds the lock, or an upgrade is under way.
   void LockShared();
+  /// Ends a LockShared.
   void UnlockShared();
 
   /// Waits without limit until there is neither a reader nor another writer.
   void LockExclusive();
+  /// Ends a LockExclusive of this thread.
   void UnlockExclusive();
 
   /// Turns the caller's shared lock into the exclusive one: waits for the other readers to leave

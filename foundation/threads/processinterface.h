@@ -34,7 +34,9 @@ class ZORVEX_API LProcessInterface {
   /// The three waits without a limit. Here they call the three above, so that a class which
   /// overrides those need not override these.
   virtual int ProcessWaitUntilStopped();
+  /// As ProcessWaitSignal.
   virtual int ProcessWaitSignalForever(LSignalObjectRef signal);
+  /// As ProcessWaitSignalObjectGroup.
   virtual int ProcessWaitSignalObjectGroupForever(LSignalObjectGroup& group);
   /// The reports do nothing here. Texts are UTF-8, not null, and borrowed for the call.
   virtual void SetError(const char* text);
@@ -44,11 +46,13 @@ class ZORVEX_API LProcessInterface {
   virtual void SetProgress(double fraction);
   /// Whether it is unknown for now how much is done.
   virtual void SetProgressIndeterminateOn();
+  /// From now on it is known again.
   virtual void SetProgressIndeterminateOff();
 
   /// SetError and SetStatus with a text made as by printf. What is longer than 8191 bytes is cut,
   /// wherever that falls. Mind the order of the arguments of SetStatusF: the line comes first.
   void SetErrorF(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  /// As SetErrorF, for SetStatus.
   void SetStatusF(int line, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
  protected:
@@ -90,7 +94,9 @@ class ZORVEX_API LProcessInterfaceNested : public LProcessInterface {
   int ProcessWaitSignalObjectGroup(LSignalObjectGroup& group, unsigned int timeout) override;
   /// The parent's own waits without a limit, which may be other than its waits with one.
   int ProcessWaitUntilStopped() override;
+  /// The parent's own.
   int ProcessWaitSignalForever(LSignalObjectRef signal) override;
+  /// The parent's own.
   int ProcessWaitSignalObjectGroupForever(LSignalObjectGroup& group) override;
   void SetError(const char* text) override;
   void SetStatus(const char* text, int line) override;

@@ -37,11 +37,13 @@ class ZORVEX_API LSignalObjectRef {
   /// Clears the event, however often it was set.
   void Reset();
 
+  /// Whether it is set; does not wait.
   [[nodiscard]] bool IsSignaled() const;
   /// True when the event is set, or became so in time.
   bool WaitSignal(unsigned int timeout) const;
   /// True when this event or the other is set; does not tell which.
   bool WaitSignalDual(LSignalObjectRef other, unsigned int timeout) const;
+  /// The same with a third event.
   bool WaitSignalTriple(LSignalObjectRef second, LSignalObjectRef third,
                         unsigned int timeout) const;
 
@@ -84,6 +86,7 @@ class ZORVEX_API LSignalObjectGroup {
 
   /// True when at least one event is set, or became so in time. False at once for an empty group.
   bool Select(unsigned int timeout) const;
+  /// Whether one of them is set; does not wait.
   [[nodiscard]] bool IsSignaled() const;
 
   [[nodiscard]] std::size_t Count() const { return count_; }

@@ -35,6 +35,7 @@
 /// but, as `mktime` and `nl_langinfo`, not beside a `setenv` or a `setlocale`.
 class ZORVEX_API LDateTime {
  public:
+  /// English names of the months, January first; the texts of dates use them in every locale.
   static constexpr const char* szMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                              "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
   static constexpr const char* szMonthsLong[] = {"January",   "February", "March",    "April",
@@ -145,6 +146,7 @@ class ZORVEX_API LDateTime {
   /// Of the Gregorian calendar, months counted from 1; 0 for a month that does not exist. The year
   /// is meant in full.
   [[nodiscard]] static int GetNumberOfDaysInMonth(int year, int month);
+  /// Whether the year, meant in full, has a 29th of February.
   [[nodiscard]] static bool IsLeapYear(int year);
 
   /// The day on which the library was built, its midnight in local time.

@@ -33,16 +33,27 @@ class ZORVEX_API LSoundTime {
   [[nodiscard]] constexpr std::int64_t Milliseconds() const { return milliseconds_; }
   friend constexpr auto operator<=>(LSoundTime, LSoundTime) = default;
 
+  /// Minutes and seconds, without the hours, cut.
   void _GetTextMMSS(char* text) const;
+  /// Minutes, seconds and tenths, without the hours.
   void _GetTextMMSSF(char* text) const;
+  /// Minutes, seconds and hundredths, without the hours.
   void _GetTextMMSSFF(char* text) const;
+  /// Hours, minutes and seconds, cut.
   void _GetTextHMMSS(char* text) const;
+  /// With tenths.
   void _GetTextHMMSSF(char* text) const;
+  /// With hundredths.
   void _GetTextHMMSSFF(char* text) const;
+  /// With milliseconds.
   void _GetTextHMMSSFFF(char* text) const;
+  /// All hours, minutes and seconds, rounded.
   void _GetText0(char* text) const;
+  /// All hours, with tenths.
   void _GetText1(char* text) const;
+  /// All hours, with hundredths.
   void _GetText2(char* text) const;
+  /// All hours, with milliseconds.
   void _GetText(char* text) const;
 
   /// Reads any of the forms, and takes what else comes: seconds without normalisation ("90"),

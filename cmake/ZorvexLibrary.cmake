@@ -73,6 +73,7 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/text/texttonumber.h
   foundation/threads/detachedthread.h
   foundation/threads/lockobject.h
+  foundation/threads/mainthread.h
   foundation/threads/processinterface.h
   foundation/threads/signalobject.h
   foundation/threads/systemlock.h

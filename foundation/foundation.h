@@ -62,6 +62,7 @@
 #include <zorvex/foundation/text/texttonumber.h>
 #include <zorvex/foundation/threads/detachedthread.h>
 #include <zorvex/foundation/threads/lockobject.h>
+#include <zorvex/foundation/threads/mainthread.h>
 #include <zorvex/foundation/threads/processinterface.h>
 #include <zorvex/foundation/threads/signalobject.h>
 #include <zorvex/foundation/threads/systemlock.h>

@@ -28,6 +28,10 @@ int LSystemThreadId() {
   return gettid();
 }
 
+bool LSystemIsMainThread() {
+  return gettid() == getpid();
+}
+
 void LSystemThreadSetPriority(pthread_t thread, int priority) {
   if (priority == realTimeClass && MakeRealTime(thread)) return;
   const sched_param parameters = {.sched_priority = priority};

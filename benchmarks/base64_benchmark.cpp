@@ -6,7 +6,10 @@
 //   base64_benchmark --benchmark_repetitions=15 --benchmark_enable_random_interleaving=true
 //                    --benchmark_report_aggregates_only=true
 #include <benchmark/benchmark.h>
+#include <botan/blowfish.h>
+#include <gcrypt.h>
 #include <glib.h>
+#include <modp_b64.h>
 #define OPENSSL_SUPPRESS_DEPRECATED
 #include <openssl/blowfish.h>
 #include <openssl/evp.h>
@@ -64,6 +67,16 @@ void EncodeOpenSsl(benchmark::State& state) {
   Finish(state);
 }
 
+void EncodeModp(benchmark::State& state) {
+  const Bytes bytes = SomeBytes(state);
+  std::vector<char> text(modp_b64_encode_len(bytes.size()));
+  for (auto _ : state) {
+    modp_b64_encode(text.data(), reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    benchmark::DoNotOptimize(text.data());
+  }
+  Finish(state);
+}
+
 std::string TextOf(const Bytes& bytes, unsigned int flags) {
   LStringLongTemplate<char> text;
   LBase64Encode<char>(bytes.data(), bytes.size(), text, flags);
@@ -104,6 +117,16 @@ void DecodeOpenSsl(benchmark::State& state) {
   Finish(state);
 }
 
+void DecodeModp(benchmark::State& state) {
+  const std::string text = TextOf(SomeBytes(state), kBase64NoLineBreaks);
+  std::vector<char> bytes(modp_b64_decode_len(text.size()));
+  for (auto _ : state) {
+    modp_b64_decode(bytes.data(), text.data(), text.size());
+    benchmark::DoNotOptimize(bytes.data());
+  }
+  Finish(state);
+}
+
 constexpr char kKey[] = "sixteen letters.";
 constexpr std::size_t kKeyLength = sizeof kKey - 1;
 
@@ -128,6 +151,34 @@ void CipherOpenSsl(benchmark::State& state, int direction) {
   for (auto _ : state) {
     for (std::size_t i = 0; i < bytes.size(); i += 8)
       BF_ecb_encrypt(&bytes[i], &bytes[i], &key, direction);
+    benchmark::DoNotOptimize(bytes.data());
+  }
+  Finish(state);
+}
+
+void CipherGcrypt(benchmark::State& state, decltype(gcry_cipher_encrypt)* run) {
+  Bytes bytes = SomeBytes(state);
+  gcry_cipher_hd_t cipher = nullptr;
+  gcry_check_version(nullptr);
+  gcry_cipher_open(&cipher, GCRY_CIPHER_BLOWFISH, GCRY_CIPHER_MODE_ECB, 0);
+  gcry_cipher_setkey(cipher, kKey, kKeyLength);
+  for (auto _ : state) {
+    run(cipher, bytes.data(), bytes.size(), nullptr, 0);
+    benchmark::DoNotOptimize(bytes.data());
+  }
+  gcry_cipher_close(cipher);
+  Finish(state);
+}
+
+void CipherBotan(benchmark::State& state, bool isDeciphered) {
+  Bytes bytes = SomeBytes(state);
+  Botan::Blowfish cipher;
+  cipher.set_key(reinterpret_cast<const unsigned char*>(kKey), kKeyLength);
+  for (auto _ : state) {
+    if (isDeciphered)
+      cipher.decrypt_n(bytes.data(), bytes.data(), bytes.size() / 8);
+    else
+      cipher.encrypt_n(bytes.data(), bytes.data(), bytes.size() / 8);
     benchmark::DoNotOptimize(bytes.data());
   }
   Finish(state);
@@ -168,15 +219,21 @@ BENCHMARK(EncodeHere<kBase64NoLineBreaks>)->Apply(Lengths);
 BENCHMARK(EncodeHere<0>)->Apply(Lengths);
 BENCHMARK(EncodeGLib)->Apply(Lengths);
 BENCHMARK(EncodeOpenSsl)->Apply(Lengths);
+BENCHMARK(EncodeModp)->Apply(Lengths);
 BENCHMARK(DecodeHere<kBase64NoLineBreaks>)->Apply(Lengths);
 BENCHMARK(DecodeHere<0>)->Apply(Lengths);
 BENCHMARK(DecodeGLib<kBase64NoLineBreaks>)->Apply(Lengths);
 BENCHMARK(DecodeGLib<0>)->Apply(Lengths);
 BENCHMARK(DecodeOpenSsl)->Apply(Lengths);
+BENCHMARK(DecodeModp)->Apply(Lengths);
 BENCHMARK_CAPTURE(CipherHere, encipher, false)->Apply(Lengths);
 BENCHMARK_CAPTURE(CipherOpenSsl, encipher, BF_ENCRYPT)->Apply(Lengths);
+BENCHMARK_CAPTURE(CipherGcrypt, encipher, gcry_cipher_encrypt)->Apply(Lengths);
+BENCHMARK_CAPTURE(CipherBotan, encipher, false)->Apply(Lengths);
 BENCHMARK_CAPTURE(CipherHere, decipher, true)->Apply(Lengths);
 BENCHMARK_CAPTURE(CipherOpenSsl, decipher, BF_DECRYPT)->Apply(Lengths);
+BENCHMARK_CAPTURE(CipherGcrypt, decipher, gcry_cipher_decrypt)->Apply(Lengths);
+BENCHMARK_CAPTURE(CipherBotan, decipher, true)->Apply(Lengths);
 BENCHMARK(KeyHere);
 BENCHMARK(KeyOpenSsl);
 BENCHMARK(SettingThereAndBack);

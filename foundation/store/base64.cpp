@@ -54,6 +54,16 @@ char* EncodeGroups(const unsigned char* bytes, std::size_t groups, char* out) {
   return out;
 }
 
+/// Whole groups, and a line break behind each full line of them.
+char* EncodeLines(const unsigned char* bytes, std::size_t groups, bool isBroken, char* out) {
+  if (!isBroken) return EncodeGroups(bytes, groups, out);
+  for (; groups >= kLineGroups; groups -= kLineGroups, bytes += 3 * kLineGroups) {
+    out = EncodeGroups(bytes, kLineGroups, out);
+    out = std::copy_n("\r\n", 2, out);
+  }
+  return EncodeGroups(bytes, groups, out);
+}
+
 /// The one or two bytes behind the last whole group.
 char* EncodeRemainder(const unsigned char* bytes, std::size_t count, bool isPadded, char* out) {
   if (count == 0) return out;
@@ -147,18 +157,15 @@ void LBase64Encode(const void* data, std::size_t length, Writer& writer, unsigne
   constexpr std::size_t kLines = 16;
   char buffer[kLines * (kLineLength + 2) + 4];
   const bool isBroken = !(flags & kBase64NoLineBreaks);
-  const std::size_t step = isBroken ? kLineGroups : kLines * kLineGroups;
   const auto* bytes = static_cast<const unsigned char*>(data);
   char* out = buffer;
   for (std::size_t groups = length / 3; groups > 0;) {
-    const std::size_t now = std::min(groups, step);
-    out = EncodeGroups(bytes, now, out);
-    if (isBroken && now == kLineGroups) out = std::copy_n("\r\n", 2, out);
+    const std::size_t now = std::min(groups, kLines * kLineGroups);
+    out = EncodeLines(bytes, now, isBroken, buffer);
     groups -= now;
     bytes += 3 * now;
-    if (out - buffer < static_cast<std::ptrdiff_t>(kLines * kLineLength)) continue;
+    if (groups == 0) break;
     writer.AddCharacters(buffer, static_cast<std::uint64_t>(out - buffer));
-    out = buffer;
   }
   out = EncodeRemainder(bytes, length % 3, !(flags & kBase64NoPadding), out);
   writer.AddCharacters(buffer, static_cast<std::uint64_t>(out - buffer));
@@ -170,9 +177,10 @@ void LBase64Encode(const void* data, std::size_t length, LStringLongTemplate<Cha
   out.SetLength(0);
   if (!data || length == 0) return;
   out.GrowToSize(std::max<std::uint64_t>(RequiredLength(length, flags) + 1, 260));
-  LStringLongTemplateWriter<Char> writer(out);
-  LBase64Encode<Char>(data, length, writer, flags);
-  out.SetLength(writer.Length());
+  const auto* bytes = static_cast<const unsigned char*>(data);
+  char* end = EncodeLines(bytes, length / 3, !(flags & kBase64NoLineBreaks), out.Buffer());
+  end = EncodeRemainder(bytes + length / 3 * 3, length % 3, !(flags & kBase64NoPadding), end);
+  out.SetLength(static_cast<std::uint64_t>(end - out.Buffer()));
 }
 
 template <typename Char>

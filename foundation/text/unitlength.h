@@ -2,24 +2,56 @@
 #ifndef ZORVEX_FOUNDATION_TEXT_UNITLENGTH_H
 #define ZORVEX_FOUNDATION_TEXT_UNITLENGTH_H
 
+#include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cwchar>
 
-/// Number of UTF-16 units in front of the terminator, at most `limit`; 0 of null. Nothing behind
-/// the terminator is read, so this cannot be vector code: eight at a time keep the loop short.
-inline std::size_t LengthUpTo(const unsigned short* text, std::size_t limit) {
-  if (!text) return 0;
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+inline std::size_t LengthByUnits(const unsigned short* text, std::size_t limit) {
   std::size_t length = 0;
-  for (; limit - length >= 8; length += 8) {
-    const unsigned short* const next = text + length;
-    if (!next[0] || !next[1] || !next[2] || !next[3] || !next[4] || !next[5] || !next[6] ||
-        !next[7])
-      break;
-  }
   while (length < limit && text[length] != 0)
     ++length;
   return length;
+}
+
+#if defined(__SSE2__)
+
+/// Blocks of eight units. They are read aligned: what is read around the text lies in pages
+/// of the text.
+[[gnu::no_sanitize("address"), gnu::no_sanitize("thread")]] inline std::size_t LengthByBlocks(
+    const unsigned short* text, std::size_t limit) {
+  constexpr std::size_t kBlock = sizeof(__m128i) / sizeof *text;
+  const std::size_t before =
+      reinterpret_cast<std::uintptr_t>(text) % sizeof(__m128i) / sizeof *text;
+  const auto* block = reinterpret_cast<const __m128i*>(text - before);
+  const auto zeroBytes = [](__m128i units) {
+    return static_cast<unsigned int>(
+        _mm_movemask_epi8(_mm_cmpeq_epi16(units, _mm_setzero_si128())));
+  };
+  unsigned int zeros = zeroBytes(*block) >> before * sizeof *text << before * sizeof *text;
+  std::size_t length = 0;
+  for (; zeros == 0 && length + kBlock - before < limit; length += kBlock)
+    zeros = zeroBytes(*++block);
+  if (zeros == 0) return limit;
+  length += static_cast<std::size_t>(std::countr_zero(zeros)) / sizeof *text - before;
+  return std::min(length, limit);
+}
+
+#endif
+
+/// Number of UTF-16 units in front of the terminator, at most `limit`; 0 of null.
+inline std::size_t LengthUpTo(const unsigned short* text, std::size_t limit) {
+  if (!text || limit == 0) return 0;
+#if defined(__SSE2__)
+  if (reinterpret_cast<std::uintptr_t>(text) % sizeof *text == 0)
+    return LengthByBlocks(text, limit);
+#endif
+  return LengthByUnits(text, limit);
 }
 
 /// The same of UTF-32.

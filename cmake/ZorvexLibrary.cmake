@@ -19,6 +19,9 @@ target_compile_features(zorvex INTERFACE cxx_std_20)
 add_library(zorvex_internal STATIC)
 target_link_libraries(zorvex_internal PUBLIC ${ZORVEX_LAYERS})
 target_link_libraries(zorvex PRIVATE ${ZORVEX_LAYERS})
+# What loading the library does is in a file that nobody refers to: from an archive it has to be asked
+# for.
+target_link_options(zorvex_internal INTERFACE LINKER:--undefined=gdwMainThreadId)
 set_target_properties(zorvex zorvex_internal PROPERTIES LINKER_LANGUAGE CXX)
 
 # Installed: the two entry headers, and the headers they and the classes behind them include.
@@ -62,6 +65,10 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/store/xmlloader.h
   foundation/store/xmlsettings.h
   foundation/system/memory.h
+  foundation/system/administrator.h
+  foundation/system/processlist.h
+  foundation/system/shell.h
+  foundation/system/users.h
   foundation/text/charsets.h
   foundation/text/codepages.h
   foundation/text/stringformat.h
@@ -86,6 +93,7 @@ set(ZORVEX_PUBLIC_HEADERS
   platform/cfstring.h
   platform/coreaudiotypes.h
   platform/cvpixelbuffer.h
+  platform/eventqueue.h
   platform/fourcharcode.h
   platform/nsobject.h
   platform/preferencesdomain.h

@@ -51,6 +51,10 @@
 #include <zorvex/foundation/store/xmlloader.h>
 #include <zorvex/foundation/store/xmlsettings.h>
 #include <zorvex/foundation/system/memory.h>
+#include <zorvex/foundation/system/administrator.h>
+#include <zorvex/foundation/system/processlist.h>
+#include <zorvex/foundation/system/shell.h>
+#include <zorvex/foundation/system/users.h>
 #include <zorvex/foundation/text/charsets.h>
 #include <zorvex/foundation/text/codepages.h>
 #include <zorvex/foundation/text/stringformat.h>

@@ -50,11 +50,16 @@
 #include <zorvex/foundation/store/xmlelement.h>
 #include <zorvex/foundation/store/xmlloader.h>
 #include <zorvex/foundation/store/xmlsettings.h>
+#include <zorvex/foundation/system/application.h>
+#include <zorvex/foundation/system/desktop.h>
+#include <zorvex/foundation/system/gpu.h>
+#include <zorvex/foundation/system/locale.h>
 #include <zorvex/foundation/system/memory.h>
 #include <zorvex/foundation/system/administrator.h>
 #include <zorvex/foundation/system/processlist.h>
 #include <zorvex/foundation/system/shell.h>
 #include <zorvex/foundation/system/users.h>
+#include <zorvex/foundation/system/versions.h>
 #include <zorvex/foundation/text/charsets.h>
 #include <zorvex/foundation/text/codepages.h>
 #include <zorvex/foundation/text/stringformat.h>

@@ -31,7 +31,4 @@ void NSHomeDirectory(char* dest);
 /// has no such search.
 bool NSSearchPathForDirectory(StandardFolder folder, char* dest);
 
-/// The folder of the program that runs; empty when the platform does not tell.
-void NSMainBundlePath(char* dest);
-
 #endif  // ZORVEX_PLATFORM_STANDARDFOLDERS_H

@@ -3,6 +3,7 @@
 
 #include "foundation/files/file.h"
 #include "foundation/files/pathtext.h"
+#include "foundation/system/application.h"
 
 namespace {
 
@@ -85,8 +86,8 @@ void LFile::GetApplicationsFolder(char* dest) {
 }
 
 void LFile::GetHelpFolder(char* dest) {
-  NSMainBundlePath(dest);
-  _MakeFilePath(dest, dest, "Contents/Resources/help", "");
+  LApplicationGetResourceFolder(dest);
+  _MakeFilePath(dest, dest, "help", "");
 }
 
 void LFile::GetUserMusicFolder(char* dest) {

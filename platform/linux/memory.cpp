@@ -50,10 +50,14 @@ Bytes Less(Bytes limit, Bytes used) {
   return limit > used ? limit - used : 0;
 }
 
+Bytes KilobytesBehind(const std::string& text, const char* label) {
+  return NumberBehind(text, label).value_or(0) * 1024;
+}
+
 Bytes FreeOfMachine() {
   const std::string info = ReadHead("/proc/meminfo");
   const std::optional<Bytes> available = NumberBehind(info, "MemAvailable:");
-  if (available) return (*available + NumberBehind(info, "SwapFree:").value_or(0)) * 1024;
+  if (available) return *available * 1024 + KilobytesBehind(info, "SwapFree:");
   const long pages = sysconf(_SC_AVPHYS_PAGES);
   const long pageSize = sysconf(_SC_PAGESIZE);
   return static_cast<Bytes>(std::max(pages, 0L)) * static_cast<Bytes>(std::max(pageSize, 0L));
@@ -65,9 +69,9 @@ Bytes FreeOfLimits() {
   rlimit data = {};
   Bytes free = kNoLimit;
   if (getrlimit(RLIMIT_AS, &space) == 0 && space.rlim_cur != RLIM_INFINITY)
-    free = Less(space.rlim_cur, NumberBehind(status, "VmSize:").value_or(0) * 1024);
+    free = Less(space.rlim_cur, KilobytesBehind(status, "VmSize:"));
   if (getrlimit(RLIMIT_DATA, &data) == 0 && data.rlim_cur != RLIM_INFINITY)
-    free = std::min(free, Less(data.rlim_cur, NumberBehind(status, "VmData:").value_or(0) * 1024));
+    free = std::min(free, Less(data.rlim_cur, KilobytesBehind(status, "VmData:")));
   return free;
 }
 
@@ -85,35 +89,55 @@ constexpr GroupFiles kGroupFiles[] = {
      "total_inactive_file "},
 };
 
-Bytes FreeOfGroup(const std::string& folder, const GroupFiles& files) {
+struct GroupMemory {
+  Bytes limit = kNoLimit;
+  Bytes free = kNoLimit;
+};
+
+GroupMemory MemoryOfGroup(const std::string& folder, const GroupFiles& files) {
   const Bytes limit = LimitIn(folder + files.limit);
-  if (limit == kNoLimit) return kNoLimit;
+  if (limit == kNoLimit) return {};
   const Bytes cache = NumberBehind(ReadHead(folder + "/memory.stat"), files.cache).value_or(0);
-  return Less(limit, Less(LimitIn(folder + files.used), cache));
+  return {limit, Less(limit, Less(LimitIn(folder + files.used), cache))};
 }
 
 /// Limits hold for all groups from the process's own up. In a container the path may be one of
 /// outside, of which only the root is to be seen.
-Bytes FreeOfGroups() {
+GroupMemory MemoryOfGroups() {
   const std::string groups = ReadHead("/proc/self/cgroup");
-  Bytes free = kNoLimit;
+  GroupMemory memory;
   for (const GroupFiles& files : kGroupFiles) {
     const std::size_t label = groups.find(files.label);
     if (label == std::string::npos) continue;
     const std::size_t begin = label + std::strlen(files.label);
     std::string path = groups.substr(begin, groups.find('\n', begin) - begin);
     for (;;) {
-      free = std::min(free, FreeOfGroup(files.root + path, files));
+      const GroupMemory group = MemoryOfGroup(files.root + path, files);
+      memory.limit = std::min(memory.limit, group.limit);
+      memory.free = std::min(memory.free, group.free);
       const std::size_t slash = path.rfind('/');
       if (slash == std::string::npos) break;
       path.resize(slash);
     }
   }
-  return free;
+  return memory;
 }
 
 }  // namespace
 
 unsigned long long ReadFreeMemory() {
-  return std::min({FreeOfMachine(), FreeOfLimits(), FreeOfGroups()});
+  return std::min({FreeOfMachine(), FreeOfLimits(), MemoryOfGroups().free});
+}
+
+PhysicalMemory ReadPhysicalMemory() {
+  const std::string info = ReadHead("/proc/meminfo");
+  const GroupMemory group = MemoryOfGroups();
+  return {std::min(KilobytesBehind(info, "MemTotal:"), group.limit),
+          std::min(KilobytesBehind(info, "MemAvailable:"), group.free)};
+}
+
+ProcessMemory ReadProcessMemory() {
+  const std::string status = ReadHead("/proc/self/status");
+  return {KilobytesBehind(status, "VmRSS:"), KilobytesBehind(status, "VmHWM:"),
+          KilobytesBehind(status, "VmSize:"), KilobytesBehind(status, "VmPeak:")};
 }

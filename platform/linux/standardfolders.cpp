@@ -47,11 +47,3 @@ bool NSSearchPathForDirectory(StandardFolder /*folder*/, char* dest) {
   *dest = '\0';
   return false;
 }
-
-void NSMainBundlePath(char* dest) {
-  char path[4096];
-  const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-  const std::string_view program(path, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
-  const std::size_t separator = program.rfind('/');
-  Copy(dest, program.substr(0, separator == std::string_view::npos ? 0 : separator));
-}

@@ -33,6 +33,9 @@ set(ZORVEX_PUBLIC_HEADERS
   capture/zorvex.h
   capture/zorvexdevice.h
   capture/zorvexdeviceformat.h
+  foundation/debug/debug.h
+  foundation/debug/debugthread.h
+  foundation/debug/hangdetector.h
   foundation/export.h
   foundation/files/bufferedreader.h
   foundation/files/file.h
@@ -65,6 +68,7 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/store/xmlloader.h
   foundation/store/xmlsettings.h
   foundation/system/application.h
+  foundation/system/commandline.h
   foundation/system/desktop.h
   foundation/system/gpu.h
   foundation/system/locale.h
@@ -74,6 +78,7 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/system/shell.h
   foundation/system/users.h
   foundation/system/versions.h
+  foundation/system/unixapp.h
   foundation/text/charsets.h
   foundation/text/codepages.h
   foundation/text/stringformat.h

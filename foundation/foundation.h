@@ -21,6 +21,9 @@
 /// Threads: free functions may be called from any thread. An object is for one thread at a time
 /// unless its description says more.
 
+#include <zorvex/foundation/debug/debug.h>
+#include <zorvex/foundation/debug/debugthread.h>
+#include <zorvex/foundation/debug/hangdetector.h>
 #include <zorvex/foundation/export.h>
 #include <zorvex/foundation/files/bufferedreader.h>
 #include <zorvex/foundation/files/file.h>
@@ -51,6 +54,7 @@
 #include <zorvex/foundation/store/xmlloader.h>
 #include <zorvex/foundation/store/xmlsettings.h>
 #include <zorvex/foundation/system/application.h>
+#include <zorvex/foundation/system/commandline.h>
 #include <zorvex/foundation/system/desktop.h>
 #include <zorvex/foundation/system/gpu.h>
 #include <zorvex/foundation/system/locale.h>
@@ -60,6 +64,7 @@
 #include <zorvex/foundation/system/shell.h>
 #include <zorvex/foundation/system/users.h>
 #include <zorvex/foundation/system/versions.h>
+#include <zorvex/foundation/system/unixapp.h>
 #include <zorvex/foundation/text/charsets.h>
 #include <zorvex/foundation/text/codepages.h>
 #include <zorvex/foundation/text/stringformat.h>

@@ -7,6 +7,7 @@
 #include "tools/capture.h"
 #include "tools/devices.h"
 #include "tools/formats.h"
+#include "tools/inheritedsignals.h"
 #include "tools/options.h"
 #include "tools/timecodecommand.h"
 #include "tools/transport.h"
@@ -29,6 +30,7 @@ ExitCode Run(const std::variant<Command, ExitCode>& parsed) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  RestoreInheritedSignals();
   ExitCode code = ExitCode::CannotOpen;
   try {
     code = Run(ParseCommandLine(argc, argv));

@@ -23,7 +23,7 @@ inline std::size_t LengthByUnits(const unsigned short* text, std::size_t limit) 
 
 /// Blocks of eight units. They are read aligned: what is read around the text lies in pages
 /// of the text.
-[[gnu::no_sanitize("address"), gnu::no_sanitize("thread")]] inline std::size_t LengthByBlocks(
+__attribute__((no_sanitize("address", "thread"))) inline std::size_t LengthByBlocks(
     const unsigned short* text, std::size_t limit) {
   constexpr std::size_t kBlock = sizeof(__m128i) / sizeof *text;
   const std::size_t before =

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// Loads the library into a process that knows nothing of it and checks that nothing happened: no
-// thread, no file opened, no media framework started, no setting of the process changed.
+// Loads the library into a process that knows nothing of it and checks that nothing happened but
+// that it handles the signals that it says: no thread, no file opened, no media framework started,
+// no other setting of the process changed.
 //   load_test LIBRARY
 #include <dirent.h>
 #include <dlfcn.h>
@@ -66,6 +67,28 @@ ProcessState Look() {
   return state;
 }
 
+struct Handled {
+  int signal;
+  int flags;
+  const char* handler;  ///< nothing for one that is ignored
+};
+constexpr const char* kDebug = "_Z19LDebugSignalHandleriP9siginfo_tPv";
+constexpr const char* kEnd = "_Z21LIntTermSignalHandleriP9siginfo_tPv";
+constexpr Handled kHandled[] = {{SIGPIPE, SA_RESTART, nullptr}, {SIGQUIT, SA_SIGINFO, kDebug},
+                                {SIGILL, SA_SIGINFO, kDebug},   {SIGFPE, SA_SIGINFO, kDebug},
+                                {SIGSEGV, SA_SIGINFO, kDebug},  {SIGBUS, SA_SIGINFO, kDebug},
+                                {SIGINT, SA_SIGINFO, kEnd},     {SIGTERM, SA_SIGINFO, kEnd}};
+
+bool HasFlagsAndMasksAll(const Handled& handled) {
+  struct sigaction action {};
+  sigaction(handled.signal, nullptr, &action);
+  bool masksAll = true;
+  for (int signal = 1; signal < SIGSYS; ++signal)
+    masksAll &= signal == SIGKILL || signal == SIGSTOP || sigismember(&action.sa_mask, signal) == 1;
+  constexpr int kFlags = SA_SIGINFO | SA_RESTART | SA_ONSTACK | SA_NODEFER | SA_RESETHAND;
+  return masksAll && (action.sa_flags & kFlags) == handled.flags;
+}
+
 template <class Function>
 Function* Symbol(void* library, const char* name) {
   auto* symbol = reinterpret_cast<Function*>(dlsym(library, name));
@@ -125,7 +148,13 @@ int main(int, char** arguments) {
   Check(after.threads == before.threads, "a thread was started");
   Check(after.descriptors == before.descriptors, "a descriptor was left open");
   Check(after.environment == before.environment, "the environment changed");
-  Check(after.handlers == before.handlers, "a signal handler changed");
+  ProcessState expected = before;
+  for (const Handled& handled : kHandled) {
+    expected.handlers[static_cast<std::size_t>(handled.signal - 1)] =
+        handled.handler ? Symbol<void(int)>(library, handled.handler) : SIG_IGN;
+    Check(HasFlagsAndMasksAll(handled), "a signal's flags or mask");
+  }
+  Check(after.handlers == expected.handlers, "a signal has another handler than it is said to");
   Check(after.locale == before.locale, "the locale changed");
   dlclose(library);
   return failures == 0 ? 0 : 1;

@@ -338,6 +338,19 @@ TEST_F(ZvcapTest, CtrlCFinishesTheMovie) {
   EXPECT_TRUE(seconds < 0 || (seconds > 0.8 && seconds < 10)) << seconds;
 }
 
+TEST_F(ZvcapTest, SignalsDoWhatTheyDoToAnyCommand) {
+  // It starts when the reader of its output has gone.
+  const std::string unread =
+      "set -o pipefail; { read x <$F/go; exec " ZVCAP " devices; } | { exec <&-; echo >$F/go; }'";
+  Execute("mkfifo $F/go");
+  EXPECT_EQ(Execute("bash -c '" + unread).code, 128 + SIGPIPE);
+  EXPECT_NE(Execute("bash -c 'trap \"\" PIPE; " + unread).code, 128 + SIGPIPE);
+  const Outcome inBackground =
+      Execute("trap '' INT; " ZVCAP
+              " capture Small --frames 20 >/dev/null & sleep 0.4; kill -INT $!; wait $!");
+  EXPECT_EQ(inBackground.code, 0) << "started to ignore Ctrl-C";
+}
+
 TEST_F(ZvcapTest, AFullDiskEndsTheMovie) {
   if (mount("none", folder_.c_str(), "tmpfs", 0, "size=18m") != 0) {
     GTEST_SKIP() << "needs the right to mount a small disk";

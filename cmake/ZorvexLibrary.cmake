@@ -43,8 +43,10 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/files/filereader.h
   foundation/files/filewriter.h
   foundation/files/flocktimed.h
+  foundation/files/folderiterator.h
   foundation/files/lockfile.h
   foundation/files/pipe.h
+  foundation/files/processcopy.h
   foundation/files/processtransfer.h
   foundation/store/applicationsettings.h
   foundation/store/base64.h

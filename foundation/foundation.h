@@ -31,8 +31,10 @@
 #include <zorvex/foundation/files/filereader.h>
 #include <zorvex/foundation/files/filewriter.h>
 #include <zorvex/foundation/files/flocktimed.h>
+#include <zorvex/foundation/files/folderiterator.h>
 #include <zorvex/foundation/files/lockfile.h>
 #include <zorvex/foundation/files/pipe.h>
+#include <zorvex/foundation/files/processcopy.h>
 #include <zorvex/foundation/files/processtransfer.h>
 #include <zorvex/foundation/store/applicationsettings.h>
 #include <zorvex/foundation/store/base64.h>

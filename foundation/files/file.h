@@ -6,6 +6,8 @@
 
 #include <zorvex/foundation/export.h>
 
+class LProcessInterface;
+
 /// Files and folders, by path.
 ///
 /// A path buffer is an array of 260 bytes of the caller's: 259 and the terminator. Every `dest` and
@@ -207,6 +209,151 @@ class ZORVEX_API LFile {
   /// through.
   static bool SetFolderSecurityAllAccess(const char* path);
 
+  // Going through folders
+
+  class FolderIterator;          ///< see folderiterator.h
+  class FolderIteratorAllFiles;  ///< see there
+
+  /// Whether a name matches a pattern as a whole: `?` stands for any one character, `*` for any
+  /// number of them, none included, and every other character for itself. Characters are bytes;
+  /// case counts. An empty pattern matches the empty name only. Any pattern is matched in at most
+  /// its length times the name's steps. Exists for `char`.
+  template <typename Character>
+  static bool IsMatch(const Character* pattern, const Character* name);
+
+  /// How many bytes the regular files of a folder hold, hidden ones too, and with
+  /// `isWithSubFolders` those of all folders below it. What they take up on a disk may be more or
+  /// less. Links are not followed and count nothing, except that the path may be a link to a
+  /// folder; a file with several names counts once for each.
+  ///
+  /// The path of a regular file works too, as a pattern in its folder, as FolderIterator::Open
+  /// takes it: the sum of the files whose names match the file's own in any case, hidden ones too.
+  ///
+  /// What cannot be read is left out, and 0 is the size of what does not exist. Each folder keeps a
+  /// descriptor while it is gone through.
+  static unsigned long long GetFolderSizeBytes(const char* path, bool isWithSubFolders);
+
+  // Copying. With progress and a way to stop: see processcopy.h.
+
+  /// Copies a regular file: content with its holes, times, extended attributes where both file
+  /// systems have them, and permissions; the owner is who makes the copy, and permissions to act as
+  /// the owner or the group (set-ID) stay with those alone. What `to` names, if it is no folder, is
+  /// deleted first, a link itself and not what it leads to. Folders, pipes and devices are not
+  /// copied.
+  ///
+  /// A link is copied as a link, by the command `cp -R` of the shell and by its rules: a `to` that
+  /// is a folder gets the link inside. Paths that cannot be written for that as EscapeFilePath does
+  /// it are refused: with `$` or `\` in them, with `-` in front, empty, and those which have more
+  /// than 259 characters then.
+  ///
+  /// False when it is not done. Nothing is deleted then when the source cannot be read, or when
+  /// both are the same file, also by two of its names or where the link to be copied leads to `to`;
+  /// no half file is left in any case.
+  static bool CopyFile(const char* from, const char* to);
+
+  /// Copies the files of a folder, hidden ones and links too, and nothing of the folders in it,
+  /// into another folder, which is created with those above it when it is missing. Files and links
+  /// of the same names there are replaced, each as by `Process` for a folder in processcopy.h; what
+  /// else is there stays. False when something could not be copied; it ends with that.
+  static bool CopyFolderFiles(const char* from, const char* to);
+
+  // Deleting. Paths are the system's: only `/` separates, and they are not cut. What is deleted is
+  // gone for good. No link in a folder is ever followed, the link itself is deleted; who renames or
+  // replaces things meanwhile cannot lead a deletion elsewhere. Trees may be of any depth, with a
+  // bounded number of descriptors (three are needed) and little of the thread's stack. These
+  // functions allocate; without memory they fail. Several threads and processes may delete the
+  // same.
+  //
+  // Of a tree, nothing is entered where a volume, or part of one, is mounted: that is kept, and so
+  // are the folders around it. Somebody who goes on creating files in a folder may keep it, too.
+
+  /// Deletes a folder and everything in it, as far as permissions let it: what cannot be deleted
+  /// stays, with the folders around it, and the rest goes. True when there was a folder and is none
+  /// any more.
+  ///
+  /// A folder that cannot be opened is removed when it is empty. Where the path itself is a link to
+  /// a folder, with or without a `/` behind it, the link is removed and what it leads to stays.
+  ///
+  /// False, and nothing is deleted, for the empty path, a file, the system's root folder, and paths
+  /// that end with "." or "..".
+  static bool DeleteFolderTree(const char* path);
+
+  /// The same, tried again every 10 ms until the tree is gone or `timeoutMs` milliseconds are over
+  /// (4294967295: no limit): another program may be about to close or to delete what is in it.
+  /// Tried at least once; false at once where there is no folder.
+  static bool DeleteFolderTree(const char* path, unsigned int timeoutMs);
+
+  /// The same as the first, but files and folders go also when flags lock them, immutable or
+  /// append-only, where the process may clear such flags. A folder that the tree is in keeps its
+  /// own.
+  static bool DeleteFolderTreeAlways(const char* path);
+
+  /// DeleteFolderContents and then, when that gives 0, the folder itself, as far as it is empty by
+  /// then. 0 when it was removed, 1 when a stop was requested, 2 otherwise: so when younger files
+  /// stayed. The path may not end with "." or "..", and a link is no folder here.
+  static int DeleteFolderTree(LProcessInterface& process, const char* path, long ageSeconds);
+
+  /// Deletes what is in a folder and was not modified for `ageSeconds`: the files, locked ones (see
+  /// DeleteFolderTreeAlways) as well, whose last modification is that old or older, and the folders
+  /// that are empty then. With 0 every file, also one whose time is still to come. A link has a
+  /// time of its own. On purpose it is the modification here and the creation in DeleteOldFiles.
+  ///
+  /// 0 when it went through all entries, whether or not they could be deleted; 1 when a stop was
+  /// requested, which is asked for before each entry; 2 when there is no such folder or it cannot
+  /// be opened. A link is no folder here, unless a `/` stands behind it. The system's root folder
+  /// is none.
+  ///
+  /// Reports the status "Please wait..." on line 0 and, after each entry, the progress; each has an
+  /// equal share of it. A folder in it reports in the same way as a part of that, as by an
+  /// LProcessInterfaceSubProcess: its status is on the next line. The entries are those that were
+  /// there when their folder was begun.
+  static int DeleteFolderContents(LProcessInterface& process, const char* folder, long ageSeconds);
+
+  /// Deletes the files of a folder, but not the folders in it, and then the folder. False when that
+  /// is not removed, also because folders are in it: its files are gone then all the same. Paths as
+  /// for DeleteFolderTree, but a link is no folder here.
+  static bool DeleteFolderAndFiles(const char* path);
+
+  /// Deletes the entries of a folder (or of one that a link leads to) that match a pattern, by the
+  /// rules of FolderIterator, and were created more than `days` times 86400 seconds ago. A folder
+  /// is removed only when it is empty. Nothing is deleted when `days` is below 1.
+  ///
+  /// On purpose the age is counted from the creation, whenever the file was modified. Where the
+  /// file system does not keep that time, it is counted from the last change of any kind, which
+  /// cannot be set back: files may stay longer then, but none goes too early. An entry of which
+  /// nothing can be found out counts as created in 1970 and is deleted; so is a link that leads
+  /// nowhere. Other links go by their own age.
+  ///
+  /// False when `days` is below 1, the folder cannot be read, or a file that is old enough could
+  /// not be deleted.
+  static bool DeleteOldFiles(const char* folder, const char* pattern, int days);
+
+  // The desktop
+
+  /// Whether there is nothing in the user's folders for deleted files: ".Trash" in the home folder,
+  /// and the one of free desktops, "Trash/files" in the folder that XDG_DATA_HOME names or else in
+  /// ".local/share" of the home folder. ".DS_Store" does not count, and a folder that is missing or
+  /// cannot be read is empty. Those of other volumes are not looked at: one that does not answer
+  /// would hold up the caller.
+  ///
+  /// Any thread, as long as none changes the environment meanwhile.
+  static bool IsRecycleBinEmpty();
+
+  /// Makes an image the desktop's background by a command of the shell, waiting for it:
+  ///
+  ///     sqlite3 ~/Library/Application\ Support/Dock/desktoppicture.db
+  ///       "update data set value = '...'"
+  ///     defaults write com.apple.desktop Background '{default = {ImageFilePath = "..."; };}'
+  ///
+  /// The first is for systems of version 10.9 and above, the second for those before; on Linux the
+  /// kernel's release stands for the version. Which it is, is found out once in a process.
+  ///
+  /// True when the command succeeds. False, and nothing is run, when there is no such file, the
+  /// command with the path, as EscapeFilePath makes it, is longer than 259 characters, or the path
+  /// has a control character, `'`, `$` or `\`: those cannot be quoted in both places that they
+  /// would stand in.
+  static bool SetDesktopWallpaper(const char* imagePath);
+
   // Attributes that a file carries beside its content, where its file system has such
 
   /// Marks a file's text as UTF-8 for other programs: sets the extended attribute of users
@@ -233,5 +380,7 @@ class ZORVEX_API LFile {
   static bool IsErrorPermissionDenied();  ///< EACCES
   static bool IsErrorFileNotFound();      ///< ENOENT
 };
+
+extern template ZORVEX_API bool LFile::IsMatch(const char* pattern, const char* name);
 
 #endif  // ZORVEX_FOUNDATION_FILES_FILE_H

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <memory>
 
 #include "foundation/files/file.h"
+#include "foundation/files/folderhandle.h"
 #include "foundation/files/pathtext.h"
 
 namespace {
@@ -29,31 +27,12 @@ bool CreateFolder(char* path) {
   return mkdir(path, kAllAccess) == 0;
 }
 
-struct CloseFolder {
-  void operator()(DIR* folder) const { closedir(folder); }
-};
-using Folder = std::unique_ptr<DIR, CloseFolder>;
-
-/// Null for what is not a folder, a link to one included.
-Folder OpenFolder(int parent, const char* name) {
-  const int descriptor = openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-  if (descriptor == -1) return nullptr;
-  Folder folder(fdopendir(descriptor));
-  if (folder == nullptr) close(descriptor);
-  return folder;
-}
-
-bool IsDotOrDotDot(const char* name) {
-  return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
-}
-
 bool OpenToAll(int parent, const char* name, int depth);
 
-bool OpenContentsToAll(DIR* folder, int depth) {
+bool OpenContentsToAll(FolderHandle& folder, int depth) {
   bool isDone = true;
-  while (const dirent* const entry = readdir(folder)) {
-    if (IsDotOrDotDot(entry->d_name)) continue;
-    isDone = OpenToAll(dirfd(folder), entry->d_name, depth + 1) && isDone;
+  while (const dirent* const entry = folder.Next()) {
+    isDone = OpenToAll(folder.Descriptor(), entry->d_name, depth + 1) && isDone;
   }
   return isDone;
 }
@@ -71,8 +50,8 @@ bool OpenToAll(int parent, const char* name, int depth) {
   const bool isChanged = fchmodat(parent, name, kAllAccess, AT_SYMLINK_NOFOLLOW) == 0;
   if (!S_ISDIR(status.st_mode)) return isChanged;
   if (depth == kMaxDepth) return false;
-  const Folder folder = OpenFolder(parent, name);
-  return folder != nullptr && OpenContentsToAll(folder.get(), depth) && isChanged;
+  FolderHandle folder = FolderHandle::Open(parent, name);
+  return folder && OpenContentsToAll(folder, depth) && isChanged;
 }
 
 }  // namespace

@@ -15,7 +15,8 @@
 /// A load is false only when the file cannot be opened; `out` is then as it was. The file is read
 /// in one go, and the length of the text is the size that the file had just before. What could not
 /// be read, as when the file is cut meanwhile, is zeros: that is not told either, nor are a folder
-/// and a device, which have nothing to be read.
+/// and a device, which have nothing to be read. A named pipe has nothing either, but opening it to
+/// load waits until somebody writes to it.
 ///
 /// UTF-16 is converted unit for unit as by LCopyFromUnicode, up to its first unit of 0.
 ///

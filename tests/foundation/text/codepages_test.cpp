@@ -61,7 +61,7 @@ void Check(const char* to, const char* from, void (*sized)(char*, const char*, s
 TEST(CodePagesTest, EverySmallTextIsWhatIconvMakesOfIt) {
   std::mt19937 random(1);
   for (const Page& page : kPages) {
-    for (std::size_t c = 1; c < 0x10000; c += c < 0x100 ? 1 : 1 + random() % 128) {
+    for (std::size_t c = 1; c < 0x10000; c += c < 0x100 ? 1 : 1 + random() % 512) {
       std::string text(1, static_cast<char>(c));
       if (c >= 0x100) text.insert(text.begin(), static_cast<char>(c >> 8));
       if (std::strlen(text.c_str()) != text.size()) continue;
@@ -93,8 +93,9 @@ TEST(CodePagesTest, EveryTextAndSizeIsWhatIconvMakesOfIt) {
                                "\\~",
                                "\x1B$B$\"\x1B(B",
                                "\xA4\xA2",
+                               "\xE2",  // cut short, at the end too
                                "\xFF"};
-  for (int i = 0; i < 4000; ++i) {
+  for (int i = 0; i < 1500; ++i) {
     const Page& page = kPages[random() % std::size(kPages)];
     std::string text;
     for (auto count = random() % 9; count > 0; --count)
@@ -139,7 +140,7 @@ TEST(CodePagesTest, WindowsNumbersAreAllOrNothing) {
       {54936, "GB18030"}};
   std::mt19937 random(3);
   for (const auto& [number, name] : sets) {
-    for (int i = 0; i < 600; ++i) {
+    for (int i = 0; i < 150; ++i) {
       std::string bytes(random() % (i % 2 == 0 ? 5 : 270), 0);
       for (char& byte : bytes)
         byte = static_cast<char>(i % 5 == 0 ? 1 + random() % 255

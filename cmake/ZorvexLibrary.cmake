@@ -93,10 +93,14 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/threads/detachedthread.h
   foundation/threads/lockobject.h
   foundation/threads/mainthread.h
+  foundation/threads/namedevent.h
   foundation/threads/processinterface.h
+  foundation/threads/queuednotify.h
+  foundation/threads/runonmainthread.h
   foundation/threads/signalobject.h
   foundation/threads/systemlock.h
   foundation/threads/thread.h
+  foundation/threads/threadnotifyinterface.h
   foundation/time/datetime.h
   foundation/time/daytime.h
   foundation/time/soundtime.h

@@ -79,10 +79,14 @@
 #include <zorvex/foundation/threads/detachedthread.h>
 #include <zorvex/foundation/threads/lockobject.h>
 #include <zorvex/foundation/threads/mainthread.h>
+#include <zorvex/foundation/threads/namedevent.h>
 #include <zorvex/foundation/threads/processinterface.h>
+#include <zorvex/foundation/threads/queuednotify.h>
+#include <zorvex/foundation/threads/runonmainthread.h>
 #include <zorvex/foundation/threads/signalobject.h>
 #include <zorvex/foundation/threads/systemlock.h>
 #include <zorvex/foundation/threads/thread.h>
+#include <zorvex/foundation/threads/threadnotifyinterface.h>
 #include <zorvex/foundation/time/datetime.h>
 #include <zorvex/foundation/time/daytime.h>
 #include <zorvex/foundation/time/soundtime.h>

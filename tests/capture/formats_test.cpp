@@ -134,9 +134,12 @@ TEST_F(FormatsTest, AProbeWithoutFramesServesEventsAndTimersForFiveSeconds) {
   };
   const guint timer = g_timeout_add(50, tick, nullptr);
   int events = 0;
-  const auto count = [](EventRef, void* data) { return ++*static_cast<int*>(data), noErr; };
-  EventTargetRef target = GetEventDispatcherTarget();
-  EventHandlerRef handler = InstallEventHandler(target, 1, 2, count, &events);
+  const auto count = [](EventHandlerCallRef, EventRef, void* data) {
+    return ++*static_cast<int*>(data), noErr;
+  };
+  const EventTypeSpec type = {1, 2};
+  EventHandlerRef handler = nullptr;
+  InstallEventHandler(GetEventDispatcherTarget(), count, 1, &type, &events, &handler);
   Lister lister;
   const auto start = std::chrono::steady_clock::now();
   EXPECT_TRUE(ZRVXDeviceFormatEnumerate(handle, &lister));

@@ -79,6 +79,7 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/system/processlist.h
   foundation/system/shell.h
   foundation/system/users.h
+  foundation/system/tcp.h
   foundation/system/versions.h
   foundation/system/unixapp.h
   foundation/text/charsets.h

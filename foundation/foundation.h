@@ -65,6 +65,7 @@
 #include <zorvex/foundation/system/processlist.h>
 #include <zorvex/foundation/system/shell.h>
 #include <zorvex/foundation/system/users.h>
+#include <zorvex/foundation/system/tcp.h>
 #include <zorvex/foundation/system/versions.h>
 #include <zorvex/foundation/system/unixapp.h>
 #include <zorvex/foundation/text/charsets.h>

@@ -22,6 +22,13 @@ class BlockPages {
     if (needed > static_cast<std::size_t>(end_ - next_)) return AllocateElsewhere(size, needed);
     return Take(needed);
   }
+  /// Where the next block will lie when it is no larger than Room(), for who needs to know what
+  /// goes into it to know its size. Null, with no room, where that is not known yet.
+  [[nodiscard]] char* Next() const { return Room() == 0 ? nullptr : next_ + kHeader; }
+  [[nodiscard]] std::size_t Room() const {
+    const auto left = static_cast<std::size_t>(end_ - next_);
+    return left < kHeader ? 0 : left - kHeader;
+  }
   /// A block that shares its memory with no other.
   [[nodiscard]] static void* AllocateAlone(std::size_t size);
   /// Frees a block of either kind.

@@ -142,6 +142,14 @@ class LList {
   /// Takes the first element out without a walk; null when there is none.
   [[nodiscard]] T* DetachHead() { return head_ ? Unlink(&head_) : nullptr; }
 
+  /// Takes all elements out at once: gives the first, from which Next leads to the others. The
+  /// caller owns them from now on.
+  [[nodiscard]] T* Release() { return std::exchange(head_, nullptr); }
+
+  /// Puts elements that were released, or the rest of them from one on, into this list, which is
+  /// empty. Null is none.
+  void Adopt(T* first) { head_ = first; }
+
   /// Takes an element out and frees it. False when it is not in the list: nothing has changed then.
   bool Delete(T* element) {
     const bool wasHere = Detach(element);

@@ -7,27 +7,26 @@
 namespace {
 
 bool IsBefore(const XmlAttribute& a, const XmlAttribute& b) {
-  return a.name < b.name;
-}
-
-bool IsAscending(const std::vector<XmlAttribute>& attributes) {
-  const auto isNotBefore = [](const XmlAttribute& a, const XmlAttribute& b) {
-    return !IsBefore(a, b);
-  };
-  return std::adjacent_find(attributes.begin(), attributes.end(), isNotBefore) == attributes.end();
+  // Nearly always the first byte says it all. Names are terminated.
+  const auto first = static_cast<unsigned char>(*a.name.data());
+  const auto second = static_cast<unsigned char>(*b.name.data());
+  return first != second ? first < second : a.name < b.name;
 }
 
 }  // namespace
 
-void XmlAttributePacker::Grow(std::size_t needed) {
-  const std::size_t capacity = std::max<std::size_t>(2 * needed, 1024);
+void XmlElementPacker::Grow(std::size_t needed) {
+  const auto size = static_cast<std::size_t>(next_ - begin_);
+  const std::size_t capacity = std::max<std::size_t>(2 * (size + needed), 1024);
   std::unique_ptr<char[]> larger(new char[capacity]);
-  std::copy_n(buffer_.get(), size_, larger.get());
+  std::copy_n(begin_, size, larger.get());
   buffer_ = std::move(larger);
-  capacity_ = capacity;
+  Begin(buffer_.get(), capacity);
+  next_ += size;
 }
 
-const std::vector<XmlAttribute>& XmlAttributesInOrder::Of(const LXMLElement& element) {
+const std::vector<XmlAttribute>& XmlAttributesInOrder::Of(const LXMLElement& element,
+                                                          std::string_view name) {
   attributes_.clear();
   if (element.packedSize_ == 0) {
     for (LHashTableConstIterator entry(element.attributes_.Entries()); entry.Current();
@@ -38,10 +37,13 @@ const std::vector<XmlAttribute>& XmlAttributesInOrder::Of(const LXMLElement& ele
     }
     return attributes_;
   }
-  XmlPackedAttributes packed(element.name_ + std::strlen(element.name_) + 1, element.packedSize_);
-  for (XmlAttribute attribute{}; packed.Next(attribute);)
+  XmlPackedAttributes packed(name.data() + name.size() + 1, element.packedSize_);
+  bool isAscending = true;
+  for (XmlAttribute attribute{}; packed.Next(attribute);) {
+    if (!attributes_.empty()) isAscending = isAscending && IsBefore(attributes_.back(), attribute);
     attributes_.push_back(attribute);
-  if (IsAscending(attributes_)) return attributes_;
+  }
+  if (isAscending) return attributes_;
   // Of those with one name, the last in the file comes first and stays.
   std::reverse(attributes_.begin(), attributes_.end());
   std::stable_sort(attributes_.begin(), attributes_.end(), IsBefore);

@@ -43,22 +43,36 @@ class XmlPackedAttributes {
   const char* end_;
 };
 
-/// Packs attributes, those of one element after the other.
-class XmlAttributePacker {
+/// Packs the name of an element and its attributes, those of one element after the other: right
+/// where they are to lie, as long as there is room, else in a buffer.
+class XmlElementPacker {
  public:
-  void Clear() { size_ = 0; }
+  XmlElementPacker() = default;
+  XmlElementPacker(const XmlElementPacker&) = delete;
+  XmlElementPacker& operator=(const XmlElementPacker&) = delete;
+
+  void Begin(char* room, std::size_t size) {
+    begin_ = next_ = room;
+    end_ = room + size;
+  }
   /// Adds a name, or a value. `readable` is the end of what may be read from the text on.
   void Add(std::string_view text, const char* readable) {
-    const std::size_t needed = size_ + text.size() + kSlack;
-    if (needed > capacity_) Grow(needed);
-    char* const place = buffer_.get() + size_;
-    CopyShortXml(place, text.data(), text.size(), readable);
-    place[text.size()] = 0;
-    size_ += text.size() + 1;
+    const std::size_t needed = text.size() + kSlack;
+    if (needed > static_cast<std::size_t>(end_ - next_)) Grow(needed);
+    CopyShortXml(next_, text.data(), text.size(), readable);
+    AddedUpTo(next_ + text.size());
+  }
+  /// Adds by hand: characters may be stored from Next() on up to End(), and are then terminated.
+  [[nodiscard]] char* Next() const { return next_; }
+  [[nodiscard]] const char* End() const { return end_; }
+  void AddedUpTo(char* place) {
+    *place = 0;
+    next_ = place + 1;
   }
   /// Good until the next change. Never with a null pointer in it.
   [[nodiscard]] std::string_view Text() const {
-    return size_ == 0 ? std::string_view("") : std::string_view(buffer_.get(), size_);
+    return next_ == begin_ ? std::string_view("")
+                           : std::string_view(begin_, static_cast<std::size_t>(next_ - begin_));
   }
 
  private:
@@ -66,17 +80,18 @@ class XmlAttributePacker {
 
   void Grow(std::size_t needed);
 
+  char* begin_ = nullptr;
+  char* next_ = nullptr;
+  char* end_ = nullptr;
   std::unique_ptr<char[]> buffer_;
-  std::size_t size_ = 0;
-  std::size_t capacity_ = 0;
 };
 
 /// The attributes of an element in ascending order of the bytes of their names, each name once,
 /// without making a table of them. One object serves for one element after the other.
 class XmlAttributesInOrder {
  public:
-  /// Good until the element changes, or the next call.
-  const std::vector<XmlAttribute>& Of(const LXMLElement& element);
+  /// Of an element that has that name. Good until the element changes, or the next call.
+  const std::vector<XmlAttribute>& Of(const LXMLElement& element, std::string_view name);
 
  private:
   std::vector<XmlAttribute> attributes_;

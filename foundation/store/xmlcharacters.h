@@ -88,27 +88,60 @@ inline unsigned int XmlLowBits(const char* text) {
 
 #endif
 
-/// The first character from `text` on that ends a name.
-inline const char* XmlNameEnds(const char* text, [[maybe_unused]] const char* end) {
+/// Runs of a kind: where they end, and a bit for each of 16 characters that ends one.
+struct XmlNameRun {
+  static bool IsEnd(char c) { return EndsXmlRun(c, kXmlNameEnd); }
 #if defined(__SSE2__)
-  for (; end - text >= kXmlBlock; text += kXmlBlock) {
-    for (unsigned int bits = XmlLowBits(text); bits != 0; bits &= bits - 1)
-      if (const char* place = text + std::countr_zero(bits); EndsXmlRun(*place, kXmlNameEnd))
-        return place;
+  static unsigned int EndBits(const char* text) {
+    unsigned int bits = XmlLowBits(text);
+    while (bits != 0 && !IsEnd(text[std::countr_zero(bits)]))
+      bits &= bits - 1;
+    return bits;
   }
 #endif
-  return XmlRunEnds(text, kXmlNameEnd);
+};
+
+template <char kQuote>
+struct XmlValueRun {
+  static bool IsEnd(char c) {
+    return EndsXmlRun(c, kQuote == '"' ? kXmlQuoteEnd : kXmlApostropheEnd);
+  }
+#if defined(__SSE2__)
+  static unsigned int EndBits(const char* text) {
+    return XmlBlockBits(text, kQuote, '&', '\r', '\n');
+  }
+#endif
+};
+
+/// The first character from `text` on that ends such a run.
+template <typename Run>
+inline const char* FindXmlRunEnd(const char* text, [[maybe_unused]] const char* end) {
+#if defined(__SSE2__)
+  for (; end - text >= kXmlBlock; text += kXmlBlock)
+    if (const unsigned int bits = Run::EndBits(text); bits != 0)
+      return text + std::countr_zero(bits);
+#endif
+  while (!Run::IsEnd(*text))
+    ++text;
+  return text;
 }
 
-/// The first such quote, "&", line end or terminator from `text` on.
-inline const char* XmlValueEnds(const char* text, [[maybe_unused]] const char* end, char quote) {
+/// The same, copying the run to `place`, and perhaps more behind it, but nothing to `placeEnd` or
+/// beyond. Null when there is no room for the run and one more character.
+template <typename Run>
+inline const char* CopyXmlRun(const char* text, [[maybe_unused]] const char* end, char* place,
+                              const char* placeEnd) {
 #if defined(__SSE2__)
-  for (; end - text >= kXmlBlock; text += kXmlBlock) {
-    const unsigned int bits = XmlBlockBits(text, quote, '&', '\r', '\n');
-    if (bits != 0) return text + std::countr_zero(bits);
+  for (; end - text >= kXmlBlock && placeEnd - place >= kXmlBlock;
+       text += kXmlBlock, place += kXmlBlock) {
+    std::memcpy(place, text, static_cast<std::size_t>(kXmlBlock));
+    if (const unsigned int bits = Run::EndBits(text); bits != 0)
+      return text + std::countr_zero(bits);
   }
 #endif
-  return XmlRunEnds(text, quote == '"' ? kXmlQuoteEnd : kXmlApostropheEnd);
+  for (; place != placeEnd; *place++ = *text++)
+    if (Run::IsEnd(*text)) return text;
+  return nullptr;
 }
 
 /// Text up to a "<", "&", CR or `end`, with the line feeds in it.

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -43,7 +44,7 @@ LXMLElement::LXMLElement(const char* name, char stopChar, LXMLLoaderTemplate<cha
   const std::size_t size = std::strlen(Text(name)) + 1;
   name_ = static_cast<char*>(std::memcpy(new char[size], Text(name), size));
   ownsName_ = true;
-  XmlReader(loader).ReadElement(*this, stopChar);
+  ReadXmlElement(*this, stopChar, loader);
 }
 
 LXMLElement::LXMLElement(const LXMLElement& other) : LXMLElement(other.preserveWhitespace_) {
@@ -79,25 +80,35 @@ void LXMLElement::MakeAttributeTable() const {
   packedSize_ = 0;
 }
 
-/// Without recursion: a node that is being freed is linked to its parent in place of its next
-/// sibling, since it is in no list any more.
+/// Without recursion: an element whose children are being freed is linked to its parent in place of
+/// its next sibling, and the parent keeps the siblings that are left. Nodes without children are
+/// only read: to write to each would take as long as all the rest.
 void LXMLElement::ClearChildren() {
-  if (children_.IsEmpty()) return;
   BlockPages::Batch freed;
-  LXMLElement* node = this;
-  for (;;) {
-    if (LXMLElement* child = node->children_.DetachHead()) {
-      // Nodes that were loaded lie behind each other.
-      __builtin_prefetch(reinterpret_cast<const char*>(child) + 512);
-      child->next_ = node;
-      node = child;
-    } else if (node == this) {
-      break;
-    } else {
-      LXMLElement* const parent = node->next_;
+  const auto free = [&](LXMLElement* node) {
+    if (node->ownsName_ || node->ownsData_ || node->attributes_.Entries().Root())
       node->~LXMLElement();
-      freed.Free(node);
-      node = parent;
+    freed.Free(node);
+  };
+  LXMLElement* parent = this;
+  LXMLElement* node = children_.Release();
+  for (;;) {
+    if (!node) {
+      if (parent == this) return;
+      LXMLElement* const emptied = std::exchange(parent, parent->next_);
+      free(emptied);
+      node = parent->children_.Release();
+      continue;
+    }
+    PrefetchXmlNodes(node);
+    LXMLElement* const next = node->next_;
+    if (node->children_.IsEmpty()) {
+      free(node);
+      node = next;
+    } else {
+      parent->children_.Adopt(next);
+      node->next_ = std::exchange(parent, node);
+      node = parent->children_.Release();
     }
   }
 }
@@ -129,7 +140,10 @@ LXMLElement* LXMLElement::AddElement(const char* name) {
 }
 
 void LXMLElement::DeleteElement(const char* name) {
-  children_.DeleteIf([&](const LXMLElement& child) { return LXMLElementHasName(child, name); });
+  // A copy: the name may be that of a child.
+  const std::string wanted = Text(name);
+  children_.DeleteIf(
+      [&](const LXMLElement& child) { return LXMLElementHasName(child, wanted.c_str()); });
 }
 
 const LXMLElement* LXMLElement::FindFilled(const char* name) const {
@@ -189,5 +203,5 @@ void LXMLElement::SetFloat(const char* name, double value) {
 }
 
 void LXMLElement::LoadData(LXMLLoaderTemplate<char>& loader) {
-  XmlReader(loader).ReadContent(*this);
+  ReadXmlContent(*this, loader);
 }

@@ -3,11 +3,15 @@
 
 #include <strings.h>
 
-#include <cstdio>
 #include <cstring>
+#include <string_view>
+#include <vector>
 
+#include "foundation/store/blockpages.h"
 #include "foundation/store/xmlattributes.h"
-#include "foundation/store/xmlcharacters.h"
+#include "foundation/store/xmlcursor.h"
+#include "foundation/store/xmlpendingtext.h"
+#include "foundation/store/xmltree.h"
 
 namespace {
 
@@ -33,40 +37,62 @@ bool IsSpaceAttribute(std::string_view name) {
   return name.size() == kName.size() && strncasecmp(name.data(), kName.data(), kName.size()) == 0;
 }
 
-}  // namespace
+/// Elements that are open are on a stack of the heap's, so that their depth has no other limit.
+class XmlReader {
+ public:
+  explicit XmlReader(LXMLLoaderTemplate<char>& loader) : cursor_(loader), checked_(Here()) {}
 
-XmlReader::XmlReader(Loader& loader)
-    : loader_(loader),
-      end_(Here() + std::strlen(Here())),
-      checked_(loader.position),
-      tree_(&pages_) {}
+  void ReadContent(LXMLElement& element);
+  void ReadElement(LXMLElement& element, char stop);
 
-void XmlReader::SetErrorF(const char* format, const char* first, const char* second,
-                          const char* third) {
-  char message[1024];  // three names and the longest of the texts below
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-  std::snprintf(message, sizeof message, format, first, second, third);
-#pragma GCC diagnostic pop
-  loader_.SetError(message);
-}
+ private:
+  using Token = XmlCursor::Token;
 
-void XmlReader::Skip(const char* to) {
-  const std::ptrdiff_t count = to - Here();
-  loader_.position += static_cast<std::uint64_t>(count);
-  loader_.column += static_cast<std::uint32_t>(count);
-}
+  struct OpenElement {
+    LXMLElement* element;
+    LList<LXMLElement>::Tail children;
+    std::size_t plainLength;  // of a name that stands in a tag as it is, else 0
+  };
 
-char XmlReader::TakeStop() {
-  const char c = *Here();
-  if (c == 0 || c == '\r' || c == '\n') return loader_.GetChar();
-  Skip(Here() + 1);
-  return c;
-}
+  /// What a start tag ended with.
+  enum class TagEnd { kContent, kEmpty, kMissing };
 
-void XmlReader::Open(LXMLElement& element, std::size_t plainLength) {
-  open_.push_back({&element, LList<LXMLElement>::Tail(element.Children()), plainLength});
-}
+  [[nodiscard]] const char* Here() const { return cursor_.Here(); }
+  [[nodiscard]] const char* ReadableBehind(const Token& token) const {
+    return token.isPlain ? cursor_.End() : token.text.data() + token.text.size();
+  }
+
+  void Open(LXMLElement& element, std::size_t plainLength) {
+    open_.push_back({&element, LList<LXMLElement>::Tail(element.Children()), plainLength});
+  }
+  void ReadOpenElements();
+  /// Reads text up to a "<", or the end; false when that is to be all.
+  bool ReadText();
+  void StoreText();
+  void ReadTag();
+  void ReadEndTag();
+  bool ReadMatchingEndTag();
+  void EndUnclosed();
+  /// Adds the attributes of a start tag to what is packed; xml:space sets `preserve` instead.
+  TagEnd ReadAttributes(std::string_view name, char stop, bool& preserve);
+  /// Reads attributes as long as they are written as `name="value"`, with one space in between.
+  /// Returns the character that ended the last one, or 0 when another kind of attribute follows.
+  char ReadPlainAttributes();
+  char ReadAttribute(bool& preserve);
+  bool HasContent(LXMLElement& element, TagEnd end);
+  void ReadMarkup(LXMLElement& element);
+
+  // So often, in bytes, it is asked whether to stop.
+  static constexpr std::ptrdiff_t kCheckDistance = 512;
+
+  XmlCursor cursor_;
+  const char* checked_;
+  BlockPages pages_;
+  XmlTree tree_{&pages_};
+  std::vector<OpenElement> open_;
+  XmlPendingText pending_;
+  XmlElementPacker packed_;
+};
 
 void XmlReader::ReadContent(LXMLElement& element) {
   element.Children().Clear();
@@ -76,14 +102,16 @@ void XmlReader::ReadContent(LXMLElement& element) {
 
 void XmlReader::ReadElement(LXMLElement& element, char stop) {
   bool preserve = element.IsPreserveWhitespace();
+  packed_.Begin(nullptr, 0);
   const TagEnd end = ReadAttributes(element.Name(), stop, preserve);
   element.SetPreserveWhitespace(preserve);
   XmlPackedAttributes packed(packed_.Text().data(), packed_.Text().size());
   for (XmlAttribute attribute{}; packed.Next(attribute);)
     element.Attributes().SetString(attribute.name.data(), attribute.value.data());
-  if (!HasContent(element, end)) return;
-  Open(element, 0);
-  ReadOpenElements();
+  if (HasContent(element, end)) {
+    Open(element, 0);
+    ReadOpenElements();
+  }
 }
 
 void XmlReader::ReadOpenElements() {
@@ -92,7 +120,7 @@ void XmlReader::ReadOpenElements() {
       StoreText();
       return;
     }
-    if (Here() == end_)
+    if (Here() == cursor_.End())
       EndUnclosed();
     else
       ReadTag();
@@ -101,43 +129,29 @@ void XmlReader::ReadOpenElements() {
 
 bool XmlReader::ReadText() {
   for (;;) {
-    if (IsToCheck()) {
-      checked_ = loader_.position;
-      if (loader_.progress->IsToStop()) return false;
+    if (Here() - checked_ >= kCheckDistance) {
+      checked_ = Here();
+      if (cursor_.IsToStop()) return false;
     }
     const char* const begin = Here();
-    const std::uint64_t untilCheck = checked_ + kCheckDistance - loader_.position;
     const char* const limit =
-        untilCheck < static_cast<std::uint64_t>(end_ - begin) ? begin + untilCheck : end_;
+        cursor_.End() - checked_ > kCheckDistance ? checked_ + kCheckDistance : cursor_.End();
     const XmlTextRun run = FindXmlTextRun(begin, limit);
     pending_.AddRun(begin, static_cast<std::size_t>(run.end - begin));
-    SkipRun(run);
+    cursor_.Skip(run);
     if (run.end == limit || Here() != run.end) {
-      if (Here() == end_) return true;
+      if (Here() == cursor_.End()) return true;
     } else if (*run.end == '<') {
       return true;
     } else if (*run.end == '&') {
-      Skip(run.end + 1);
       char decoded[4];
-      XMLAmpChar(loader_, decoded);
+      cursor_.ReadEntity(decoded);
       pending_.AddCopy(decoded, std::strlen(decoded));
     } else {
       pending_.AddCopy("\n", 1);
-      (void)loader_.GetChar();
+      cursor_.GetChar();
     }
   }
-}
-
-void XmlReader::SkipRun(const XmlTextRun& run) {
-  if (!run.lastLine) {
-    Skip(run.end);
-    return;
-  }
-  loader_.position += static_cast<std::uint64_t>(run.end - Here());
-  loader_.line += run.lineFeeds;
-  loader_.column = static_cast<std::uint32_t>(run.end - run.lastLine) + 1;
-  // LF CR is one line end.
-  if (run.end == run.lastLine && *run.end == '\r') ++loader_.position;
 }
 
 void XmlReader::StoreText() {
@@ -150,20 +164,20 @@ void XmlReader::StoreText() {
 
 void XmlReader::EndUnclosed() {
   StoreText();
-  if (const char* name = open_.back().element->Name()) SetErrorF(kEndOfInput, name, name);
+  if (const char* name = open_.back().element->Name()) cursor_.SetErrorF(kEndOfInput, name, name);
   open_.pop_back();
 }
 
 void XmlReader::ReadTag() {
   if (ReadMatchingEndTag()) return;
-  Skip(Here() + 1);
-  char buffer[kNameSize];
-  const Token name = ReadName(buffer);
+  cursor_.GoTo(Here() + 1);
+  char buffer[XmlCursor::kNameSize];
+  const Token name = cursor_.ReadName(buffer);
   if (name.text.empty()) {
     if (name.stop == '/') {
       ReadEndTag();
     } else {
-      loader_.SetError("Misplaced < without name. Use &lt; instead of < if appropriate.");
+      cursor_.SetError("Misplaced < without name. Use &lt; instead of < if appropriate.");
       StoreText();
       open_.pop_back();
     }
@@ -172,8 +186,10 @@ void XmlReader::ReadTag() {
   StoreText();
   OpenElement& parent = open_.back();
   bool preserve = parent.element->IsPreserveWhitespace();
+  tree_.BeginElement(packed_);
+  packed_.Add(name.text, ReadableBehind(name));
   const TagEnd end = ReadAttributes(name.text, name.stop, preserve);
-  LXMLElement* const element = tree_.NewElement(name.text, preserve, packed_.Text());
+  LXMLElement* const element = tree_.NewElement(packed_, name.text.size(), preserve);
   parent.children.Append(element);
   if (HasContent(*element, end)) Open(*element, name.isPlain ? name.text.size() : 0);
 }
@@ -183,67 +199,34 @@ bool XmlReader::ReadMatchingEndTag() {
   const OpenElement& open = open_.back();
   const char* const name = Here() + 2;
   if (open.plainLength == 0 || Here()[1] != '/') return false;
-  if (static_cast<std::size_t>(end_ - name) <= open.plainLength || name[open.plainLength] != '>' ||
+  if (static_cast<std::size_t>(cursor_.End() - name) <= open.plainLength ||
+      name[open.plainLength] != '>' ||
       std::memcmp(name, open.element->Name(), open.plainLength) != 0)
     return false;
-  Skip(name + open.plainLength + 1);
+  cursor_.GoTo(name + open.plainLength + 1);
   StoreText();
   open_.pop_back();
   return true;
 }
 
 void XmlReader::ReadEndTag() {
-  char name[kNameSize];
-  char stop = XMLLoadTag(loader_, name);
+  char name[XmlCursor::kNameSize];
+  char stop = cursor_.ReadEndName(name);
   const char* const expected = open_.back().element->Name();
   if (!expected)
-    SetErrorF("Misplaced </%s> which does not match a <%s>.", name, name);
+    cursor_.SetErrorF("Misplaced </%s> which does not match a <%s>.", name, name);
   else if (std::strcmp(name, expected) != 0)
-    SetErrorF(
+    cursor_.SetErrorF(
         "Element <%s> should be terminated with </%s>, was with %s. Check you have terminated your "
         "element properly.",
         expected, expected, name);
   while (stop != '>' && stop != 0)
-    stop = loader_.GetChar();
+    stop = cursor_.GetChar();
   StoreText();
   open_.pop_back();
 }
 
-XmlReader::Token XmlReader::ReadName(char* buffer) {
-  const char* const begin = Here();
-  const char* const end = XmlNameEnds(begin, end_);
-  const auto length = static_cast<std::size_t>(end - begin);
-  if (*begin != '!' && length < kNameSize && *end != '"' && *end != '\'' && *end != '&') {
-    Skip(end);
-    return {{begin, length}, TakeStop(), true};
-  }
-  const char stop = XMLLoadTag(loader_, buffer);
-  return {buffer, stop, false};
-}
-
-/// A value that is all in one pair of quotes.
-bool XmlReader::ReadQuoted(Token& value) {
-  const char* begin = Here();
-  if (*begin == ' ') ++begin;
-  const char quote = *begin;
-  if (quote != '"' && quote != '\'') return false;
-  ++begin;
-  const char* const end = XmlValueEnds(begin, end_, quote);
-  if (*end != quote || !IsXmlStop(end[1])) return false;
-  Skip(end + 1);
-  value = {{begin, static_cast<std::size_t>(end - begin)}, TakeStop(), true};
-  return true;
-}
-
-XmlReader::Token XmlReader::ReadValue() {
-  Token value{"", 0, false};
-  if (ReadQuoted(value)) return value;
-  const char stop = XMLLoadAttribute(loader_, value_);
-  return {{value_.Text(), value_.Length()}, stop, false};
-}
-
 XmlReader::TagEnd XmlReader::ReadAttributes(std::string_view name, char stop, bool& preserve) {
-  packed_.Clear();
   if (name.starts_with('!')) return TagEnd::kContent;
   bool isEmptyTag = false;
   while (stop != '>') {
@@ -251,7 +234,7 @@ XmlReader::TagEnd XmlReader::ReadAttributes(std::string_view name, char stop, bo
     if (stop == '/') {
       isEmptyTag = true;
       if (*Here() == '>') {
-        Skip(Here() + 1);
+        cursor_.GoTo(Here() + 1);
         break;
       }
     }
@@ -262,36 +245,40 @@ XmlReader::TagEnd XmlReader::ReadAttributes(std::string_view name, char stop, bo
 }
 
 char XmlReader::ReadPlainAttributes() {
-  const char* here = Here();
-  char stop = 0;
   for (;;) {
-    const char* const nameEnd = XmlNameEnds(here, end_);
-    const std::string_view name(here, static_cast<std::size_t>(nameEnd - here));
-    if (*nameEnd != '=' || nameEnd[1] != '"' || name.empty() || name.size() >= kNameSize) break;
-    const char* const valueBegin = nameEnd + 2;
-    const char* const valueEnd = XmlValueEnds(valueBegin, end_, '"');
-    if (*valueEnd != '"') break;
-    const char next = valueEnd[1];
-    if ((next != ' ' && next != '/' && next != '>') || valueEnd[-1] == '?') break;
-    if (name.front() == '!' || IsSpaceAttribute(name)) break;
-    packed_.Add(name, end_);
-    packed_.Add({valueBegin, static_cast<std::size_t>(valueEnd - valueBegin)}, end_);
-    here = valueEnd + 2;
-    if (next == ' ') continue;
-    stop = next;
-    break;
+    const char* const name = Here();
+    char* const packedName = packed_.Next();
+    const char* const nameEnd =
+        CopyXmlRun<XmlNameRun>(name, cursor_.End(), packedName, packed_.End());
+    if (!nameEnd || nameEnd == name || nameEnd[0] != '=' || nameEnd[1] != '"') return 0;
+    const std::ptrdiff_t length = nameEnd - name;
+    const std::string_view packed(packedName, static_cast<std::size_t>(length));
+    if (packed.size() >= XmlCursor::kNameSize || *name == '!' || IsSpaceAttribute(packed)) return 0;
+
+    const char* const value = nameEnd + 2;
+    char* const packedValue = packedName + length + 1;
+    const char* const valueEnd =
+        CopyXmlRun<XmlValueRun<'"'>>(value, cursor_.End(), packedValue, packed_.End());
+    if (!valueEnd || *valueEnd != '"' || valueEnd[-1] == '?') return 0;
+    const char stop = valueEnd[1];
+    if (stop != ' ' && stop != '/' && stop != '>') return 0;
+    packed_.AddedUpTo(packedName + length);
+    packed_.AddedUpTo(packedValue + (valueEnd - value));
+    cursor_.GoTo(valueEnd + 2);
+    if (stop != ' ') return stop;
   }
-  Skip(here);
-  return stop;
 }
 
 char XmlReader::ReadAttribute(bool& preserve) {
-  char buffer[kNameSize];
-  const Token name = ReadName(buffer);
+  char buffer[XmlCursor::kNameSize];
+  const Token name = cursor_.ReadName(buffer);
   Token value{"", name.stop, false};
-  if (value.stop == ' ' && *Here() == '=') value.stop = loader_.GetChar();
+  if (value.stop == ' ' && *Here() == '=') {
+    cursor_.GoTo(Here() + 1);
+    value.stop = '=';
+  }
   if (value.stop == '=') {
-    value = ReadValue();
+    value = cursor_.ReadValue();
     // The end of a declaration.
     if (value.stop == '>' && !value.text.empty() && value.text.back() == '?')
       value.text.remove_suffix(1);
@@ -308,7 +295,8 @@ char XmlReader::ReadAttribute(bool& preserve) {
 
 /// What comes behind the tag; what has no text of its own is read or told here.
 bool XmlReader::HasContent(LXMLElement& element, TagEnd end) {
-  if (end == TagEnd::kMissing) SetErrorF("Tag <%s> does not have a closing '>'", element.Name());
+  if (end == TagEnd::kMissing)
+    cursor_.SetErrorF("Tag <%s> does not have a closing '>'", element.Name());
   if (end != TagEnd::kContent) return false;
   if (*element.Name() != '!') return true;
   ReadMarkup(element);
@@ -324,12 +312,12 @@ void XmlReader::ReadMarkup(LXMLElement& element) {
   bool isInBrackets = false;
   bool isComplete = false;
   XmlPendingText text;
-  while (!isComplete && Here() != end_) {
+  while (!isComplete && Here() != cursor_.End()) {
     const char* const begin = Here();
     const char* const stop = XmlRunEnds(begin, kXmlMarkupEnd);
     text.AddRun(begin, static_cast<std::size_t>(stop - begin));
-    Skip(stop);
-    const char c = loader_.GetChar();
+    cursor_.GoTo(stop);
+    const char c = cursor_.GetChar();
     if (c == '[' || c == ']') isInBrackets = c == '[';
     isComplete =
         c == '>' && (isDocType ? !isInBrackets : !ending.empty() && text.Text().ends_with(ending));
@@ -339,9 +327,19 @@ void XmlReader::ReadMarkup(LXMLElement& element) {
     else if (c != 0)
       text.AddCopy(&c, 1);
   }
-  if (!isComplete) SetErrorF(kEndOfInput, element.Name(), element.Name());
+  if (!isComplete) cursor_.SetErrorF(kEndOfInput, element.Name(), element.Name());
   std::string_view content = text.Text();
   if (isComplete) content.remove_suffix(ending.size());
   LXMLElement* const child = tree_.NewText(content, element.IsPreserveWhitespace());
   element.Children().Append(child);
+}
+
+}  // namespace
+
+void ReadXmlContent(LXMLElement& element, LXMLLoaderTemplate<char>& loader) {
+  XmlReader(loader).ReadContent(element);
+}
+
+void ReadXmlElement(LXMLElement& element, char stop, LXMLLoaderTemplate<char>& loader) {
+  XmlReader(loader).ReadElement(element, stop);
 }

@@ -29,6 +29,7 @@ void SetAttributes(LHashTable& table, std::string_view packed) {
 class NodeOwner {
  public:
   explicit NodeOwner(LXMLElement* node) { list_.Prepend(node); }
+  LXMLElement& Node() { return *list_.Head(); }
   LXMLElement* Release() { return list_.DetachHead(); }
 
  private:
@@ -37,21 +38,38 @@ class NodeOwner {
 
 }  // namespace
 
-LXMLElement* XmlTree::NewElement(std::string_view name, bool preserve,
-                                 std::string_view packed) const {
-  const bool isPacked = packed.size() <= kLargestPacked;
-  const Block block = Allocate(name.size() + (isPacked ? packed.size() : 0));
+LXMLElement* XmlTree::NewElement(std::string_view name, bool preserve) const {
+  const Block block = Allocate(name.size());
   PutTerminated(block.room, name);
-  if (isPacked) std::memcpy(block.room + name.size() + 1, packed.data(), packed.size());
   auto* const element = new (block.node) LXMLElement(preserve);
   element->name_ = block.room;
-  if (isPacked) {
-    element->packedSize_ = static_cast<std::uint32_t>(packed.size());
-    return element;
+  return element;
+}
+
+void XmlTree::BeginElement(XmlElementPacker& packer) const {
+  const std::size_t room = pages_ ? pages_->Room() : 0;
+  if (room > sizeof(LXMLElement))
+    packer.Begin(pages_->Next() + sizeof(LXMLElement), room - sizeof(LXMLElement));
+  else
+    packer.Begin(nullptr, 0);
+}
+
+LXMLElement* XmlTree::NewElement(const XmlElementPacker& packed, std::size_t nameLength,
+                                 bool preserve) const {
+  const std::string_view text = packed.Text();
+  const std::string_view name = text.substr(0, nameLength);
+  const std::string_view attributes = text.substr(nameLength + 1);
+  if (attributes.size() > kLargestPacked) {
+    NodeOwner owner(NewElement(name, preserve));
+    SetAttributes(owner.Node().attributes_, attributes);
+    return owner.Release();
   }
-  NodeOwner owner(element);
-  SetAttributes(element->attributes_, packed);
-  return owner.Release();
+  const Block block = Allocate(text.size() - 1);
+  if (block.room != text.data()) std::memcpy(block.room, text.data(), text.size());
+  auto* const element = new (block.node) LXMLElement(preserve);
+  element->name_ = block.room;
+  element->packedSize_ = static_cast<std::uint32_t>(attributes.size());
+  return element;
 }
 
 LXMLElement* XmlTree::NewText(std::string_view text, bool preserve) const {

@@ -2,10 +2,12 @@
 #ifndef ZORVEX_FOUNDATION_STORE_XMLTREE_H
 #define ZORVEX_FOUNDATION_STORE_XMLTREE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
 #include "foundation/store/blockpages.h"
+#include "foundation/store/xmlattributes.h"
 #include "foundation/store/xmlelement.h"
 
 /// Makes the nodes of XML trees. A node is one block of memory with its text behind it; where pages
@@ -17,9 +19,12 @@ class XmlTree {
 
   explicit XmlTree(BlockPages* pages) : pages_(pages) {}
 
-  /// `packed` attributes: see xmlattributes.h.
-  [[nodiscard]] LXMLElement* NewElement(std::string_view name, bool preserve,
-                                        std::string_view packed = "") const;
+  [[nodiscard]] LXMLElement* NewElement(std::string_view name, bool preserve) const;
+  /// Begins to pack the name and the attributes of the next element. No other node may be made
+  /// before that one.
+  void BeginElement(XmlElementPacker& packer) const;
+  [[nodiscard]] LXMLElement* NewElement(const XmlElementPacker& packed, std::size_t nameLength,
+                                        bool preserve) const;
   [[nodiscard]] LXMLElement* NewText(std::string_view text, bool preserve) const;
 
   /// Makes `node`, which has no name, data and attributes, equal to `source` in all but the
@@ -43,5 +48,11 @@ class XmlTree {
 
   BlockPages* pages_;
 };
+
+/// For who walks over a tree: nodes that were loaded lie behind each other in their order, and to
+/// wait for each of them would take longer than what is done with it.
+inline void PrefetchXmlNodes(const LXMLElement* node) {
+  __builtin_prefetch(reinterpret_cast<const char*>(node) + 4096);
+}
 
 #endif  // ZORVEX_FOUNDATION_STORE_XMLTREE_H

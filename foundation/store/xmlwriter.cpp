@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
-#include "foundation/store/xmlwriter.h"
-
 #include <strings.h>
 
 #include <algorithm>
+#include <string_view>
+#include <vector>
 
+#include "foundation/store/xmlattributes.h"
 #include "foundation/store/xmlcharacters.h"
+#include "foundation/store/xmlelement.h"
+#include "foundation/store/xmltree.h"
+#include "foundation/text/stringwriter.h"
 
 namespace {
 
@@ -43,15 +47,58 @@ std::string_view ClosingMark(std::string_view name) {
   return ">";
 }
 
-}  // namespace
+/// Writes a tree behind the text of a string, which it terminates at its end. The way from the
+/// first node to the one that is being written is on a stack of the heap's.
+class XmlWriter {
+ public:
+  enum class Layout {
+    kFormatted,  ///< as LXMLElement::SaveToBuffer
+    kAsItIs,     ///< as LXMLElement::SaveToBufferNoFormatting
+  };
 
-bool LXMLElement::SaveToBuffer(LStringLongTemplate<char>& out, int depth) const {
-  return XmlWriter(out, XmlWriter::Layout::kFormatted).Write(*this, depth);
-}
+  XmlWriter(LStringLongTemplate<char>& out, Layout layout);
+  XmlWriter(const XmlWriter&) = delete;
+  XmlWriter& operator=(const XmlWriter&) = delete;
+  ~XmlWriter() { writer_.Terminate(); }
 
-bool LXMLElement::SaveToBufferNoFormatting(LStringLongTemplate<char>& out) const {
-  return XmlWriter(out, XmlWriter::Layout::kAsItIs).Write(*this, 0);
-}
+  /// False when it was a text node and nothing was written.
+  bool Write(const LXMLElement& node, int depth);
+
+ private:
+  struct OpenElement {
+    std::string_view name;
+    const LXMLElement* nextChild;
+    int depth;
+    bool hasElements;
+  };
+  enum class Content { kNone, kText, kElements };
+
+  [[nodiscard]] bool IsFormatted() const { return layout_ == Layout::kFormatted; }
+  [[nodiscard]] bool IsWritten(const LXMLElement& textNode) const;
+  [[nodiscard]] Content ContentOf(const LXMLElement& element) const;
+  bool WriteText(const LXMLElement& node);
+  void Begin(const LXMLElement& element, int depth);
+  void End(const OpenElement& open);
+  void WriteMarkup(const LXMLElement& element, std::string_view name);
+  void WriteAttributes(const LXMLElement& element, std::string_view name);
+  void WriteAttribute(const XmlAttribute& attribute);
+
+  void Add(std::string_view text) { writer_.AddCharacters(text.data(), text.size()); }
+  /// What may be read from the text on ends at `readable`; this also in the next.
+  void AddShort(std::string_view text, const char* readable);
+  /// As LHTMLEncodeToWriterSimple; with `areLineEndsUnified` every line end is written as LF.
+  void AddEscaped(std::string_view text, const char* readable, bool areLineEndsUnified);
+  void AddFromEscape(std::string_view text, std::size_t place, const char* readable,
+                     bool areLineEndsUnified);
+  void AddTabs(int count);
+  /// The line break behind what is complete, in the layouts that have one.
+  void EndLine(int depth);
+
+  LStringLongTemplateAppender<char> writer_;
+  const Layout layout_;
+  std::vector<OpenElement> open_;
+  XmlAttributesInOrder attributesInOrder_;
+};
 
 XmlWriter::XmlWriter(LStringLongTemplate<char>& out, Layout layout)
     : writer_(WithRoom(out)), layout_(layout) {}
@@ -68,6 +115,7 @@ bool XmlWriter::Write(const LXMLElement& node, int depth) {
       continue;
     }
     open.nextChild = LList<LXMLElement>::Next(*child);
+    PrefetchXmlNodes(child);
     if (child->Name())
       Begin(*child, open.depth < 0 ? -1 : open.depth + 1);
     else
@@ -137,7 +185,7 @@ void XmlWriter::WriteMarkup(const LXMLElement& element, std::string_view name) {
 }
 
 void XmlWriter::WriteAttributes(const LXMLElement& element, std::string_view name) {
-  const std::vector<XmlAttribute>& attributes = attributesInOrder_.Of(element);
+  const std::vector<XmlAttribute>& attributes = attributesInOrder_.Of(element, name);
   if (attributes.empty()) return;
   const bool isDeclaration = name == "?xml";
   const auto isVersion = [](const XmlAttribute& attribute) { return attribute.name == "version"; };
@@ -161,7 +209,7 @@ void XmlWriter::WriteAttribute(const XmlAttribute& attribute) {
   writer_.AddChar('"');
 }
 
-void XmlWriter::AddShort(std::string_view text, const char* readable) {
+inline void XmlWriter::AddShort(std::string_view text, const char* readable) {
   if (writer_.Room() < text.size() + kXmlBlock) {
     Add(text);
     return;
@@ -170,21 +218,31 @@ void XmlWriter::AddShort(std::string_view text, const char* readable) {
   writer_.Advance(text.size());
 }
 
-/// As LHTMLEncodeToWriterSimple; with `areLineEndsUnified` every line end is written as LF.
-void XmlWriter::AddEscaped(std::string_view text, const char* readable, bool areLineEndsUnified) {
-  while (!text.empty()) {
-    const std::size_t plain = FindXmlEscape(text, readable, areLineEndsUnified);
-    AddShort(text.substr(0, plain), readable);
-    if (plain == text.size()) return;
-    const char c = text[plain];
-    const bool isBehindLineFeed = plain > 0 && text[plain - 1] == '\n';
-    text.remove_prefix(plain + 1);
+inline void XmlWriter::AddEscaped(std::string_view text, const char* readable,
+                                  bool areLineEndsUnified) {
+  const std::size_t plain = FindXmlEscape(text, readable, areLineEndsUnified);
+  AddShort(text.substr(0, plain), readable);
+  if (plain != text.size()) AddFromEscape(text, plain, readable, areLineEndsUnified);
+}
+
+/// The rest, from a character on that is written as something else.
+void XmlWriter::AddFromEscape(std::string_view text, std::size_t place, const char* readable,
+                              bool areLineEndsUnified) {
+  std::size_t begin = 0;  // of the plain characters in front of the place
+  while (place != text.size()) {
+    const char c = text[place];
+    const bool isBehindLineFeed = place > begin && text[place - 1] == '\n';
+    ++place;
     if (c != '\r') {
       Add(Entity(c));
     } else if (!isBehindLineFeed) {  // else they are one line end
       writer_.AddChar('\n');
-      if (text.starts_with('\n')) text.remove_prefix(1);
+      if (place != text.size() && text[place] == '\n') ++place;
     }
+    begin = place;
+    const std::string_view rest = text.substr(begin);
+    place += FindXmlEscape(rest, readable, areLineEndsUnified);
+    AddShort(rest.substr(0, place - begin), readable);
   }
 }
 
@@ -195,4 +253,14 @@ void XmlWriter::AddTabs(int count) {
 
 void XmlWriter::EndLine(int depth) {
   if (IsFormatted() && depth >= 0) writer_.AddChar('\n');
+}
+
+}  // namespace
+
+bool LXMLElement::SaveToBuffer(LStringLongTemplate<char>& out, int depth) const {
+  return XmlWriter(out, XmlWriter::Layout::kFormatted).Write(*this, depth);
+}
+
+bool LXMLElement::SaveToBufferNoFormatting(LStringLongTemplate<char>& out) const {
+  return XmlWriter(out, XmlWriter::Layout::kAsItIs).Write(*this, 0);
 }

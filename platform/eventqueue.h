@@ -87,7 +87,9 @@ ZORVEX_API EventRef CreateEvent(std::uint32_t eventClass, std::uint32_t eventKin
 ZORVEX_API EventRef RetainEvent(EventRef event);
 /// Destroys the event with its last reference.
 ZORVEX_API void ReleaseEvent(EventRef event);
+/// The class and the kind that it was made with.
 ZORVEX_API std::uint32_t GetEventClass(EventRef event);
+/// See GetEventClass.
 ZORVEX_API std::uint32_t GetEventKind(EventRef event);
 
 /// Keeps a copy of `size` bytes under a name and a type, in place of what the name had.

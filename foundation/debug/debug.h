@@ -37,9 +37,10 @@
 /// The system's number for the thread that loaded the library.
 ZORVEX_API extern std::uint32_t gdwMainThreadId;
 
-/// The numbers of the command that the application carries out, and of the one before, for
-/// ::LDebugGenerateXIString: 1 and 0 when the library is loaded.
+/// The number of the command that the application carries out, for ::LDebugGenerateXIString. This
+/// one and that of the command before are 1 and 0 when the library is loaded.
 ZORVEX_API extern std::atomic<int> gwDebugCurrentCommand;
+/// The one before; see gwDebugCurrentCommand.
 ZORVEX_API extern std::atomic<int> gwDebugLastCommand;
 
 /// Set by the first crash signal that was handled.

@@ -30,14 +30,16 @@ struct ZORVEX_API LDebugThreadData {
   std::atomic<char> lastDialog[32] = {};  ///< terminated
   std::atomic<char> name[8] = {};         ///< at most 4 characters are used
 
-  /// Copies the texts; `dest` has room for the array's size.
+  /// Copies the last dialog; `dest` has room for 32 bytes.
   void GetLastDialog(char* dest) const;
+  /// Copies the name; `dest` has room for 8 bytes.
   void GetName(char* dest) const;
 };
 static_assert(sizeof(LDebugThreadData) == 44);
 
 inline constexpr int LDebugThreadDataCount = 64;
 
+/// All records, for those who write a crash report.
 ZORVEX_API extern LDebugThreadData gDebugThreadData[LDebugThreadDataCount];
 
 /// How many records, from the first on, may be in use: there can be free ones among them, but not

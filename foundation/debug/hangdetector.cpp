@@ -9,7 +9,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <string_view>
 
 #include "foundation/files/file.h"
 #include "foundation/files/openlocked.h"
@@ -40,7 +39,7 @@ const char* UserName() {
 bool IsStillAt(const char* path, int descriptor) {
   struct stat opened = {};
   struct stat found = {};
-  return fstat(descriptor, &opened) == 0 && lstat(path, &found) == 0 &&
+  return fstat(descriptor, &opened) == 0 && stat(path, &found) == 0 &&
          opened.st_dev == found.st_dev && opened.st_ino == found.st_ino;
 }
 
@@ -54,30 +53,40 @@ UniqueFd CreateWithRecord(const char* path, const LHangRecord& record) {
 
 /// Makes the file where it is not there yet. It appears with its lock and its record: between
 /// opening and locking it under its own name, another run would take it for a dead one's. A kill in
-/// that moment leaves a small hidden file.
-UniqueFd CreateLockFile(const char* folder, const char* path, const LHangRecord& record) {
+/// that moment leaves a small hidden file. In `kept` it is from before it appears, so that a signal
+/// handler that exits meanwhile removes it.
+void CreateLockFile(const char* folder, const char* path, const LHangRecord& record,
+                    std::atomic<int>& kept) {
   char name[kPathSize];
   char draft[kPathSize];
   tplsnprintf(name, sizeof name, "._LZorvex_rl_%d_%lld", static_cast<int>(getpid()),
               static_cast<long long>(record.startTick));
   LFile::_MakeFilePath(draft, folder, name, "");
   UniqueFd file = CreateWithRecord(draft, record);
-  const int openError = file ? 0 : errno;
-  const bool isPlaced = file && link(draft, path) == 0;
-  const bool isTaken = file && !isPlaced && errno == EEXIST;
-  if (openError != EEXIST) unlink(draft);
-  if (isPlaced) return file;
-  file = UniqueFd();
+  const bool isDraftAnothers = !file && errno == EEXIST;
+  kept = file.Get();
+  const int linkError = file && link(draft, path) != 0 ? errno : 0;
+  if (!isDraftAnothers) unlink(draft);
+  if (file && linkError == 0) {
+    file.Release();
+    return;
+  }
+  kept = -1;
   // Where there are no hard links that moment has to be borne.
-  return isTaken ? UniqueFd() : CreateWithRecord(path, record);
+  if (isDraftAnothers || (file && linkError != EEXIST))
+    kept = CreateWithRecord(path, record).Release();
 }
 
 /// What a dead run left is read and removed. False when there is none, or its run lives.
 bool TakeLeftFile(const char* path, LHangRecord* previous) {
   const UniqueFd file(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (!file || flock(file.Get(), LOCK_SH | LOCK_NB) != 0) return false;
+  // Its run may have come to its end, and removed it, since it was opened.
+  if (!IsStillAt(path, file.Get())) return false;
   LHangRecord record;
-  if (read(file.Get(), &record, sizeof record) != ssize_t{sizeof record}) record = {};
+  const ssize_t size = read(file.Get(), &record, sizeof record);
+  if (size < 0) return false;  // a folder: no run left that
+  if (size != ssize_t{sizeof record}) record = {};
   if (previous != nullptr) *previous = record;
   // Several runs may find it at once. One of them, by the lock, removes it: another would come
   // later and might remove what a new run has put in its place. Network file systems can refuse
@@ -99,11 +108,9 @@ bool LHangDetector::InitAndTest(LHangRecord* previous) {
   UniqueFd file(descriptor_.exchange(-1));
   file = UniqueFd();
   LFile::_MakeFilePath(path_, folder, name, "");
-  file = CreateLockFile(folder, path_, record);
-  if (!file) return TakeLeftFile(path_, previous);
   owner_ = getpid();
-  descriptor_ = file.Release();
-  return false;
+  CreateLockFile(folder, path_, record, descriptor_);
+  return descriptor_ == -1 && TakeLeftFile(path_, previous);
 }
 
 void LHangDetector::Destroy() {

@@ -2,6 +2,7 @@
 #include "foundation/store/datfilenative.h"
 
 #include <pthread.h>
+#include <signal.h>
 #include <sys/time.h>
 
 #include <new>
@@ -18,18 +19,37 @@ union Lasting {
 };
 constinit Lasting lasting;
 
+sigset_t maskBeforeFork;  // guarded by the lock
+
+// Nobody is in the middle of the cache, or holds a file's lock, while the process forks. The
+// signals whose handlers exit wait until that is over: End would wait for the lock for ever.
+void HoldForFork() {
+  sigset_t exiting;
+  sigset_t mask;
+  sigemptyset(&exiting);
+  sigaddset(&exiting, SIGINT);
+  sigaddset(&exiting, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &exiting, &mask);
+  gDatFileNativeSystem.Lock();
+  maskBeforeFork = mask;
+}
+
+void ReleaseAfterFork() {
+  const sigset_t mask = maskBeforeFork;
+  gDatFileNativeSystem.Unlock();
+  pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+}
+
 // What a process does of its own accord with its dat files: it writes changes when it exits, but in
 // a child those of the parent only if asked to, or both would write them, the later one over what
-// others wrote meanwhile. Nobody is in the middle of the cache, or holds a file's lock, while the
-// process forks.
+// others wrote meanwhile.
 class ProcessHooks {
  public:
   ProcessHooks() {
-    pthread_atfork([] { gDatFileNativeSystem.Lock(); }, [] { gDatFileNativeSystem.Unlock(); },
-                   [] {
-                     gDatFileNativeSystem.BelongToParent();
-                     gDatFileNativeSystem.Unlock();
-                   });
+    pthread_atfork(HoldForFork, ReleaseAfterFork, [] {
+      gDatFileNativeSystem.BelongToParent();
+      ReleaseAfterFork();
+    });
   }
   ~ProcessHooks() { gDatFileNativeSystem.End(); }
   ProcessHooks(const ProcessHooks&) = delete;

@@ -3,8 +3,11 @@
 // The program starts itself again as "debug_test child STEP...", to see runs that end in every way.
 #include "foundation/debug/debug.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,11 +28,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// What a command prints, and behind a space its exit code; 128 and the number of a signal that
+/// What a child prints, and behind a space its exit code; 128 and the number of a signal that
 /// killed it.
-std::string Shell(const std::string& command) {
+std::string Execute(const std::string& steps) {
+  const std::string self = "/proc/" + std::to_string(getpid()) + "/exe";
+  FILE* const pipe = popen(("exec " + self + " child " + steps + " 2>&1").c_str(), "re");
   std::string output;
-  FILE* const pipe = popen(command.c_str(), "re");
   for (int c; (c = std::fgetc(pipe)) != EOF;)
     output += static_cast<char>(c);
   const int status = pclose(pipe);
@@ -37,59 +41,45 @@ std::string Shell(const std::string& command) {
   return output + " " + std::to_string(code);
 }
 
-std::string Self() {
-  return "/proc/" + std::to_string(getpid()) + "/exe child ";
-}
-
-std::string Execute(const std::string& steps) {
-  return Shell("exec " + Self() + steps + " 2>&1");
-}
-
 std::string LockFile() {
   return std::getenv("HOME") + std::string("/Library/Caches/_LZorvex_rl_someone");
 }
 
-void PrintRecord() {
-  LHangRecord record;
-  LDebugHangDetectorInit(&record);
-  std::printf("%ld,%ld", record.startTime, record.startTick);
+std::string SystemNumber() {
+  const auto [major, minor] = ReadSystemVersion();
+  return std::to_string(major) + (minor < 10 ? "0" : "") + std::to_string(minor);
 }
 
-void Fork(const std::function<void()>& body) {
-  const pid_t child = fork();
-  if (child == 0) body();
-  waitpid(child, nullptr, 0);
-}
-
-void StartAndEndOften() {
-  for (int i = 0; i < 200; ++i) {
-    if (LDebugHangDetectorInit()) std::printf("!");
-    LDebugHangDetectorDestroy();
-  }
-}
-
-void CrashOnAnotherThread() {
-  // Memory that the sanitizers know nothing of.
-  void* const page = mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  std::thread([page] { *static_cast<volatile char*>(page) = 1; }).join();
-}
+/// What happens, once, when the lock file has appeared, and before files are locked.
+std::function<void()> onLink, onExclusive, onShared;
 
 /// The steps of a child.
 const std::map<std::string, std::function<void()>> actions = {
     {"init", [] { std::printf("%d", LDebugHangDetectorInit()); }},
-    {"record", PrintRecord},
+    {"record",
+     [] {
+       LHangRecord record;
+       LDebugHangDetectorInit(&record);
+       std::printf("%ld,%ld", record.startTime, record.startTick);
+     }},
     {"destroy", LDebugHangDetectorDestroy},
     {"look", [] { std::printf(fs::exists(fs::symlink_status(LockFile())) ? "+" : "-"); }},
-    {"often", StartAndEndOften},
     {"second", [] { std::printf("(%s)", Execute("init look").c_str()); }},
-    {"fork", [] { Fork([] { std::exit(0); }); }},
-    {"forkdestroy", [] { Fork([] { LDebugHangDetectorDestroy(), _exit(0); }); }},
-    {"_exit", [] { std::fflush(stdout), _exit(0); }},
+    {"meet", [] { onExclusive = actions.at("second"); }},
+    {"ended", [] { onShared = [] { fs::remove(LockFile()); }; }},
+    {"term", [] { onLink = [] { raise(SIGTERM); }; }},
+    {"fork",
+     [] {
+       if (fork() == 0) std::exit(0);
+       wait(nullptr);
+     }},
     {"atexit", [] { std::atexit([] { std::printf("."); }); }},
-    {"crash", CrashOnAnotherThread},
+    {"crash",
+     [] {  // on another thread, and in memory that the sanitizers know nothing of
+       void* const page = mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+       std::thread([page] { *static_cast<volatile char*>(page) = 1; }).join();
+     }},
     {"handleABRT", [] { LDebugSignalHandler(SIGABRT, nullptr, nullptr); }},
-    {"handleKILL", [] { LDebugSignalHandler(SIGKILL, nullptr, nullptr); }},
-    {"handleHUP", [] { LIntTermSignalHandler(SIGHUP, nullptr, nullptr); }},
     {"iid", [] { LUserSettingSetString("Software", "IID", "1-a &b"); }},
     {"report", [] { LDebugHangDetectorBugReport(true); }},
     {"print", [] { OutputDebugStringF("%-3d|%s", 7, std::string(600, 'x').c_str()); }},
@@ -109,6 +99,21 @@ int Child(const std::vector<std::string>& steps) {
   return 0;
 }
 
+}  // namespace
+
+extern "C" int link(const char* from, const char* to) noexcept {
+  const long result = syscall(SYS_linkat, AT_FDCWD, from, AT_FDCWD, to, 0);
+  if (const auto hook = std::exchange(onLink, {})) hook();
+  return static_cast<int>(result);
+}
+extern "C" int flock(int file, int operation) noexcept {
+  const auto hook = std::exchange((operation & LOCK_EX) != 0 ? onExclusive : onShared, {});
+  if (hook) hook();
+  return static_cast<int>(syscall(SYS_flock, file, operation));
+}
+
+namespace {
+
 /// A home of its own. The children have the library's own handlers, not the sanitizers'.
 class DebugTest : public testing::Test {
  protected:
@@ -123,10 +128,8 @@ class DebugTest : public testing::Test {
   }
   ~DebugTest() override { fs::remove_all(home_); }
 
-  struct Row {
-    std::string steps, outcome;
-  };
-  void Check(const std::vector<Row>& rows) {
+  using Rows = std::vector<std::pair<std::string, std::string>>;
+  void Check(const Rows& rows) {
     for (const auto& [steps, outcome] : rows)
       EXPECT_EQ(Execute(steps), outcome) << steps;
   }
@@ -135,30 +138,27 @@ class DebugTest : public testing::Test {
 };
 
 TEST_F(DebugTest, TheNextRunKnowsHowThisOneEnded) {
-  const std::vector<Row> scenes[] = {
+  const Rows scenes[] = {
       {{"init look", "0+end 0"}, {"init destroy look", "0-end 0"}, {"init", "0end 0"}},
       {{"init 9", "0 137"}, {"init look", "1-end 0"}, {"init look", "0+end 0"}},
-      {{"init 6", "0 134"}, {"init look", "1-end 0"}},
-      {{"init _exit", "0 0"}, {"init look", "1-end 0"}},
       // Ends that go through exit, and so take the file away.
       {{"init 11", "0 154"}, {"init 15", "0 0"}, {"init", "0end 0"}},
       {{"init second look", "0(0+end 0)+end 0"}, {"init", "0end 0"}},
-      {{"init fork look forkdestroy look second", "0++(0+end 0)end 0"}, {"init", "0end 0"}},
+      {{"init fork look second", "0+(0+end 0)end 0"}, {"init", "0end 0"}},
       {{"init init look", "01-end 0"}},  // its own file
+      {{"meet init", "(0+end 0)0end 0"}},
+      {{"init 9", "0 137"}, {"ended init", "0end 0"}},
   };
   for (const auto& rows : scenes) {
     Check(rows);
     EXPECT_TRUE(fs::is_empty(home_ + "/Library/Caches"));
   }
-  EXPECT_EQ(Shell(Self() + "often & " + Self() + "often & " + Self() + "often & wait"),
-            "endendend 0")
-      << "taken for dead";
 }
 
 TEST_F(DebugTest, TheLockFile) {
   const std::time_t before = std::time(nullptr);
   Check({{"init 9", "0 137"}});
-  std::int64_t record[2] = {};
+  std::int64_t record[2];
   std::ifstream(LockFile()).read(reinterpret_cast<char*>(record), sizeof record);
   EXPECT_EQ(fs::file_size(LockFile()), sizeof record);
   EXPECT_TRUE(record[0] >= before && record[0] <= std::time(nullptr));
@@ -170,6 +170,13 @@ TEST_F(DebugTest, TheLockFile) {
   fs::remove(LockFile());
   fs::create_symlink("nowhere", LockFile());  // cannot be opened
   Check({{"init look", "0+end 0"}});
+  std::ofstream(home_ + "/Library/Caches/nowhere") << "kept";
+  Check({{"record look", "0,0-end 0"}});
+  EXPECT_EQ(fs::file_size(home_ + "/Library/Caches/nowhere"), 4U);
+  fs::create_directory(LockFile());
+  Check({{"init look", "0+end 0"}});
+  fs::remove(LockFile());
+  Check({{"term init", " 0"}, {"init", "0end 0"}});
   setenv("LOGNAME", "some/one", 1);
   Check({{"init", "0end 0"}});
   setenv("LOGNAME", "", 1);
@@ -189,17 +196,12 @@ TEST_F(DebugTest, SignalsAndOutput) {
          {"3 4 13", "end 0"},
          {"3 8 11 7", "end 0"},  // only the first one counts, whichever it is
          {"handleABRT", " 154"},
-         {"handleKILL", " 154"},
-         {"handleHUP", "end 0"},
          {"print", "7  |" + std::string(507, 'x') + "end 0"}});
 }
 
 TEST_F(DebugTest, BugReports) {
-  const SystemVersion version = ReadSystemVersion();
-  char query[200];
-  std::snprintf(query, sizeof query,
-                "software=LZorvex&version=8&xi=AbTermOrHang-Mac%d%02d&iid=", version.major,
-                version.minor);
+  const std::string query =
+      "software=LZorvex&version=8&xi=AbTermOrHang-Mac" + SystemNumber() + "&iid=";
   // In place of the desktop's program. Opening the other end waits for it.
   fs::create_directory(home_ + "/bin");
   std::ofstream(home_ + "/bin/xdg-open")
@@ -215,10 +217,9 @@ TEST_F(DebugTest, BugReports) {
   };
   Check({{"report", "end 0"}});  // without a page nothing is opened
   setenv("ZORVEX_BUG_REPORT_PAGE", "https://bugs.example/new", 1);
-  EXPECT_EQ(opened("page=https://x.example page= report"),
-            std::string("https://bugs.example/new?") + query);
+  EXPECT_EQ(opened("page=https://x.example page= report"), "https://bugs.example/new?" + query);
   EXPECT_EQ(opened("iid page='https://other.example/?a=b' report"),
-            std::string("https://other.example/?a=b&") + query + "1-a%20%26b");
+            "https://other.example/?a=b&" + query + "1-a%20%26b");
   EXPECT_EQ(opened("page=https://x.example/" + std::string(2050, 'a') + " report").size(), 2084U);
 }
 
@@ -229,10 +230,8 @@ std::string XI(const std::string& prefix = "P") {
 }
 
 TEST(DebugThreadTest, XIStrings) {
-  const SystemVersion version = ReadSystemVersion();
-  char head[60];
-  std::snprintf(head, sizeof head, "P-MacIntel%d%02d-M-", version.major, version.minor);
-  EXPECT_EQ(XI(), std::string(head) + "UnknownGloIni1");
+  const std::string head = "P-MacIntel" + SystemNumber() + "-M-";
+  EXPECT_EQ(XI(), head + "UnknownGloIni1");
   LDebugThreadDataStartThread(nullptr);
   const std::string id = "000" + std::to_string(gettid());
   const std::string digits(id.rbegin(), id.rbegin() + 3);
@@ -265,7 +264,7 @@ TEST(DebugThreadTest, XIStrings) {
     EXPECT_EQ(XI(), head + row.expected);
   }
   EXPECT_EQ(XI(std::string(300, 'p')), std::string(259, 'p'));
-  std::thread([&] { EXPECT_EQ(XI(), std::string(head) + "Unknown"); }).join();
+  std::thread([&] { EXPECT_EQ(XI(), head + "Unknown"); }).join();
   LDebugThreadDataStopThread();
   EXPECT_EQ(gnDebugThreads, 0);
 }

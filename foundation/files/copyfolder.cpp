@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string_view>
+#include <vector>
 
 #include "foundation/files/copyspecial.h"
 #include "foundation/files/copystatus.h"
@@ -78,22 +79,6 @@ const char* ReasonOf(int error) {
   return error == EWOULDBLOCK ? "It is in use" : std::strerror(error);
 }
 
-/// The path of what is being copied, for messages; cut.
-class PathOfEntry {
- public:
-  PathOfEntry(PathText& path, const char* name) : path_(path), length_(path.Text().size()) {
-    path.Append('/');
-    path.Append(name);
-  }
-  ~PathOfEntry() { path_.RemoveLast(path_.Text().size() - length_); }
-  PathOfEntry(const PathOfEntry&) = delete;
-  PathOfEntry& operator=(const PathOfEntry&) = delete;
-
- private:
-  PathText& path_;
-  std::size_t length_;
-};
-
 class FolderCopier {
  public:
   FolderCopier(LProcessInterface& process, bool isWithSubFolders)
@@ -102,10 +87,19 @@ class FolderCopier {
   CopyResult Copy(const char* from, const char* to);
 
  private:
+  struct Level {
+    FolderHandle from;
+    UniqueFd to;
+    struct stat status;      ///< of `from`, before it was read
+    std::size_t pathLength;  ///< of path_ when it is the folder's
+  };
+
   CopyResult Count(FolderHandle& source, const struct stat& status, const struct stat& nearest);
-  CopyResult CopyContents(FolderHandle& from, int to);
-  CopyResult CopyEntry(int from, const dirent& entry, int to);
-  CopyResult CopyFolder(int from, const char* name, int to);
+  CopyResult CopyTree(Level root);
+  CopyResult FindNext(const dirent*& entry);
+  CopyResult CopyEntry(const dirent& entry);
+  CopyResult EnterFolder(int from, const char* name, int to);
+  void LeaveFolder();
   CopyResult CopyFile(int from, const char* name, int to);
   /// How much is done with `more` bytes, from 0 to 1.
   [[nodiscard]] double DoneWith(off_t more) const;
@@ -117,7 +111,10 @@ class FolderCopier {
 
   LProcessInterface& process_;
   bool isWithSubFolders_;
-  PathText path_;
+  PathText path_;  // of what is being copied, for messages; cut
+  // From the root down. They are no calls of each other: trees may be deep and a thread's stack
+  // small.
+  std::vector<Level> levels_;
   struct stat destination_ = {};
   double bytes_ = 0;
   double copied_ = 0;
@@ -157,33 +154,50 @@ CopyResult FolderCopier::Copy(const char* from, const char* to) {
   const CopyResult counted = isWithSubFolders_ ? Count(source, status, nearest) : CopyResult::kDone;
   if (counted != CopyResult::kDone) return counted;
   const bool isNew = LFile::CreateFolderTree(to);
-  const UniqueFd copy(open(to, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  UniqueFd copy(open(to, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!copy || fstat(copy.Get(), &destination_) != 0) return Fail();
   if (IsSameFile(status, destination_)) return Fail(kIsInside);
+  if (!ReserveOneMore(levels_)) return Fail();
   if (isNew && isWithSubFolders_) fchmod(copy.Get(), kFolderOfOwner);
-  const CopyResult result = CopyContents(source, copy.Get());
-  if (isWithSubFolders_) CarryStatus(source.Descriptor(), copy.Get(), status);
+  const CopyResult result =
+      CopyTree({std::move(source), std::move(copy), status, path_.Text().size()});
   if (result == CopyResult::kDone) process_.SetProgress(1);
   return result;
 }
 
-CopyResult FolderCopier::CopyContents(FolderHandle& from, int to) {
-  for (;;) {
-    if (process_.IsToStop()) return CopyResult::kStopped;
-    const dirent* const entry = from.Next();
-    if (entry == nullptr) return errno == 0 ? CopyResult::kDone : Fail();
-    const PathOfEntry here(path_, entry->d_name);
-    const CopyResult result = CopyEntry(from.Descriptor(), *entry, to);
-    if (result != CopyResult::kDone) return result;
+CopyResult FolderCopier::CopyTree(Level root) {
+  levels_.push_back(std::move(root));
+  CopyResult result = CopyResult::kDone;
+  while (!levels_.empty()) {
+    const dirent* entry = nullptr;
+    if (result == CopyResult::kDone) result = FindNext(entry);
+    if (entry != nullptr) {
+      result = CopyEntry(*entry);
+    } else {
+      LeaveFolder();
+    }
   }
+  return result;
 }
 
-CopyResult FolderCopier::CopyEntry(int from, const dirent& entry, int to) {
+/// Null at the end of the current folder.
+CopyResult FolderCopier::FindNext(const dirent*& entry) {
+  path_.RemoveLast(path_.Text().size() - levels_.back().pathLength);
+  if (process_.IsToStop()) return CopyResult::kStopped;
+  entry = levels_.back().from.Next();
+  return ResultOf(entry != nullptr || errno == 0);
+}
+
+CopyResult FolderCopier::CopyEntry(const dirent& entry) {
+  path_.Append('/');
+  path_.Append(entry.d_name);
+  const int from = levels_.back().from.Descriptor();
+  const int to = levels_.back().to.Get();
   switch (KindOf(from, entry)) {
     case EntryKind::kFile:
       return CopyFile(from, entry.d_name, to);
     case EntryKind::kFolder:
-      return isWithSubFolders_ ? CopyFolder(from, entry.d_name, to) : CopyResult::kDone;
+      return isWithSubFolders_ ? EnterFolder(from, entry.d_name, to) : CopyResult::kDone;
     case EntryKind::kLink:
       return ResultOf(CopyLink(from, entry.d_name, to));
     case EntryKind::kOther:
@@ -194,18 +208,24 @@ CopyResult FolderCopier::CopyEntry(int from, const dirent& entry, int to) {
   return FailUnlessGone();
 }
 
-CopyResult FolderCopier::CopyFolder(int from, const char* name, int to) {
-  struct stat status = {};
-  FolderHandle source = FolderHandle::Open(from, name);
-  if (!source || fstat(source.Descriptor(), &status) != 0) return FailUnlessGone();
+CopyResult FolderCopier::EnterFolder(int from, const char* name, int to) {
+  Level level = {FolderHandle::Open(from, name), {}, {}, path_.Text().size()};
+  if (!level.from || fstat(level.from.Descriptor(), &level.status) != 0) return FailUnlessGone();
   // The copy itself was moved in here meanwhile: it would not end.
-  if (IsSameFile(status, destination_)) return CopyResult::kDone;
+  if (IsSameFile(level.status, destination_)) return CopyResult::kDone;
+  // First of all: what is made is to get its status, too.
+  if (!ReserveOneMore(levels_)) return Fail();
   if (mkdirat(to, name, kFolderOfOwner) != 0 && errno != EEXIST) return Fail();
-  const UniqueFd copy(openat(to, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-  if (!copy) return Fail();
-  const CopyResult result = CopyContents(source, copy.Get());
-  CarryStatus(source.Descriptor(), copy.Get(), status);
-  return result;
+  level.to = UniqueFd(openat(to, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  if (!level.to) return Fail();
+  levels_.push_back(std::move(level));
+  return CopyResult::kDone;
+}
+
+void FolderCopier::LeaveFolder() {
+  const Level& level = levels_.back();
+  if (isWithSubFolders_) CarryStatus(level.from.Descriptor(), level.to.Get(), level.status);
+  levels_.pop_back();
 }
 
 CopyResult FolderCopier::CopyFile(int from, const char* name, int to) {

@@ -16,17 +16,24 @@ inline unsigned long long SizeOfFile(int folder, const char* name) {
 /// `rules.IsToEnter(folder)` lets in, as long as `rules.IsToGoOn()`. What cannot be read counts
 /// nothing.
 template <typename Rules>
-unsigned long long SizeOfFiles(FolderHandle& folder, Rules& rules) {
+unsigned long long SizeOfFiles(FolderHandle& root, Rules& rules) {
   unsigned long long size = 0;
-  const dirent* entry = nullptr;
-  while (rules.IsToGoOn() && (entry = folder.Next()) != nullptr) {
+  // Not calls of each other: trees may be deep and a thread's stack small.
+  std::vector<FolderHandle> below;
+  while (true) {
+    FolderHandle& folder = below.empty() ? root : below.back();
+    const dirent* const entry = rules.IsToGoOn() ? folder.Next() : nullptr;
+    if (entry == nullptr) {
+      if (below.empty()) return size;
+      below.pop_back();
+      continue;
+    }
     const EntryKind kind = KindOf(folder.Descriptor(), *entry);
     if (kind == EntryKind::kFile) size += SizeOfFile(folder.Descriptor(), entry->d_name);
     if (kind != EntryKind::kFolder) continue;
     FolderHandle inner = FolderHandle::Open(folder.Descriptor(), entry->d_name);
-    if (inner && rules.IsToEnter(inner)) size += SizeOfFiles(inner, rules);
+    if (inner && rules.IsToEnter(inner) && ReserveOneMore(below)) below.push_back(std::move(inner));
   }
-  return size;
 }
 
 #endif  // ZORVEX_FOUNDATION_FILES_FILESIZES_H

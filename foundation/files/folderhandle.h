@@ -8,7 +8,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <new>
 #include <utility>
+#include <vector>
 
 /// \file
 /// Going through trees of folders by descriptors: each folder is opened by its name in the one
@@ -76,6 +78,20 @@ class FolderHandle {
 
   DIR* stream_ = nullptr;
 };
+
+/// Makes room for one more folder on the way down a tree. False without memory, `errno` is ENOMEM
+/// then.
+template <typename Level>
+bool ReserveOneMore(std::vector<Level>& levels) {
+  if (levels.size() < levels.capacity()) return true;
+  try {
+    levels.reserve(2 * levels.size() + 8);
+    return true;
+  } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+    return false;
+  }
+}
 
 enum class EntryKind {
   kUnknown,  ///< it cannot be told, `errno` has the reason; ENOENT: deleted meanwhile

@@ -48,6 +48,7 @@ class ZORVEX_API LFile::FolderIterator {
   /// folder cannot be read on, or the iterator is not open.
   bool Next();
 
+  /// Closes the folder; it is at no entry then.
   void Close();
 
   /// The name of the entry it is at; empty when it is at none. Valid until the next call of Open,

@@ -49,8 +49,9 @@ ZORVEX_API int Process(LProcessInterface& process, const LProcessCopyFile& copy)
 ///   carried, owners are not. Permissions to act as the owner or the group (set-ID) stay with those
 ///   alone.
 /// - Links are copied as links and never followed, except that the source and the destination
-///   themselves may be links to folders. Several names of one file become several files, holes stay
-///   holes. Pipes with names are made again; sockets and devices are left out.
+///   themselves may be links to folders. Several names of one file become several files, unless the
+///   destination has one of them already, which fails; holes stay holes. Pipes with names are made
+///   again; sockets and devices are left out.
 /// - Names and contents are bytes, and the tree may be deeper than a path can name: as deep as the
 ///   process has descriptors, of which each level needs two.
 /// - A destination in the source fails before anything is made.

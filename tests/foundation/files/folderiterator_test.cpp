@@ -161,20 +161,6 @@ TEST_F(FolderIterator, GivesNoPathThatWouldBeCut) {
   }
 }
 
-TEST_F(FolderIterator, FindsEachOfManyOnceWhileTheyAreDeleted) {
-  constexpr int kCount = 4'000;
-  for (int i = 0; i < kCount; ++i)
-    Make(std::to_string(i).append(i % 2 == 0 ? ".even" : ".odd"));
-  LFile::FolderIterator files;
-  Names found;
-  for (bool isAt = files.Open(folder_.c_str(), "*.EVEN"); isAt; isAt = files.Next()) {
-    ASSERT_TRUE(found.insert(files.GetFileName()).second);
-    ASSERT_EQ(unlinkat(files.FolderDescriptor(), files.GetFileName(), 0), 0);
-  }
-  EXPECT_EQ(found.size(), kCount / 2U);
-  EXPECT_EQ(Matching("*").size(), kCount / 2U);
-}
-
 TEST_F(FolderIterator, SizesAddUpWithoutFollowingLinks) {
   fs::create_directories(folder_ / "a/b");
   for (const auto& [name, size] :

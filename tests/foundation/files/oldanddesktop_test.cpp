@@ -45,9 +45,9 @@ class OldAndDesktopFiles : public testing::Test {
     std::ofstream(path) << text;
     fs::permissions(path, fs::perms::owner_all);
   }
-  /// What a program wrote down that was made here.
-  [[nodiscard]] std::string Told(const std::string& program) const {
-    std::ifstream file(home_ + "/" + program);
+  /// What the programs wrote down that were made here.
+  [[nodiscard]] std::string Told() const {
+    std::ifstream file(home_ + "/told");
     return {std::istreambuf_iterator<char>(file), {}};
   }
 
@@ -100,27 +100,27 @@ TEST_F(OldAndDesktopFiles, WallpaperCommandsCarryWhatTheyCanQuote) {
 
 TEST_F(OldAndDesktopFiles, TheWallpaperIsSetByTheSystemsProgram) {
   setenv("PATH", (home_ + "/bin:" + std::getenv("PATH")).c_str(), 1);
-  const std::string program = "#!/bin/sh\nprintf '%s\\n' \"$@\" > \"$HOME/${0##*/}\"\n";
+  const std::string program = "#!/bin/sh\nprintf '%s\\n' \"$@\" >> \"$HOME/told\"\n";
+  const std::string image = home_ + "/a `\"b.png";
+  const std::string escaped = home_ + "/a \\`\\\"b.png";  // for the program, which reads it so
   for (const char* const name : {"bin/defaults", "bin/sqlite3"})
     Write(name, program);
-  const std::string image = home_ + "/a `\"b.png";
-  EXPECT_FALSE(LFile::SetDesktopWallpaper(image.c_str()));
-  EXPECT_FALSE(LFile::SetDesktopWallpaper(home_.c_str()));
-  EXPECT_EQ(Told("defaults") + Told("sqlite3"), "");
+  EXPECT_FALSE(LFile::SetDesktopWallpaper(image.c_str()) ||
+               LFile::SetDesktopWallpaper(home_.c_str()));
   Write("a `\"b.png", "");
+  EXPECT_EQ(Told(), "");
   EXPECT_TRUE(LFile::SetDesktopWallpaper(image.c_str()));
-  const std::string told = Told("defaults");
-  const std::string escaped = home_ + "/a \\`\\\"b.png";  // for the program, which reads it so
-  EXPECT_TRUE(told.empty() || told ==
-                                  "write\ncom.apple.desktop\nBackground\n{default = "
-                                  "{ImageFilePath = \"" +
-                                      escaped + "\"; };}\n");
-  // The release of a kernel may be on either side.
-  char command[260];
-  ASSERT_TRUE(FormWallpaperCommand(command, {11, 0}, image.c_str()));
-  EXPECT_TRUE(told.empty() || LRunShellCommand(command));
-  EXPECT_EQ(Told("sqlite3"), home_ + "/Library/Application Support/Dock/desktoppicture.db\n" +
-                                 "update data set value = '" + image + "'\n");
+  EXPECT_NE(Told(), "");  // which of the two it was, the kernel's release says
+  fs::remove(home_ + "/told");
+  for (const int major : {10, 11}) {
+    char command[260];
+    ASSERT_TRUE(FormWallpaperCommand(command, {major, 0}, image.c_str()));
+    EXPECT_TRUE(LRunShellCommand(command));
+  }
+  EXPECT_EQ(Told(), "write\ncom.apple.desktop\nBackground\n{default = {ImageFilePath = \"" +
+                        escaped + "\"; };}\n" + home_ +
+                        "/Library/Application Support/Dock/desktoppicture.db\n" +
+                        "update data set value = '" + image + "'\n");
   for (const char* const name : {"bin/defaults", "bin/sqlite3"})
     Write(name, program + "exit 3");
   EXPECT_FALSE(LFile::SetDesktopWallpaper(image.c_str()));

@@ -22,11 +22,13 @@ struct ProcessEntry {
   std::string path;
 };
 
-/// The numbers of all processes that this one may see, in no order. Any thread.
+/// The numbers of all processes that this one may see, in no order. None, not even this one's, when
+/// there are no descriptors or no memory left; `errno` tells. Any thread.
 std::vector<int> ListProcesses();
 
 /// False when there is no such process (any more) or it is not to be seen, when it is a zombie, and
-/// for threads of the system itself. Any thread.
+/// for threads of the system itself. Also when it could not look for want of descriptors or memory:
+/// `errno` is EMFILE, ENFILE or ENOMEM then, and only then. Any thread.
 bool ReadProcess(int pid, ProcessEntry& entry);
 
 #endif  // ZORVEX_PLATFORM_PROCESSLIST_H

@@ -37,7 +37,8 @@ enum LAdministratorResult : int {
 ///
 /// `output`, which may be null, gets its standard and error output together, or what polkit's
 /// pkexec said. `exitStatus`, which may be null, gets the program's exit status as of LRunProgram;
-/// -1 with all results but 0.
+/// -1 with all results but 0, and when it is unknown (shell.h): pkexec has run the program then if
+/// it has not said that it did not.
 ///
 /// The result is one of LAdministratorResult. Those from 2 on are told by SetError, too, except for
 /// LAdministratorDismissed. pkexec exits with 126 and 127 for its own reasons; it is by what it

@@ -72,16 +72,16 @@ bool LApplicationGetFolder(LStringLongTemplate<char>& dest) {
 }
 
 bool LApplicationGetResourceFolder(char* dest) {
-  const bool isKnown = LApplicationGetFolder(dest);
+  if (!LApplicationGetFolder(dest)) return false;
   LFile::_MakeFilePath(dest, dest, kResources, "");
-  return isKnown;
+  return true;
 }
 
 bool LApplicationGetResourceFolder(LStringLongTemplate<char>& dest) {
-  const bool isKnown = LApplicationGetFolder(dest);
-  if (isKnown && dest.Length() > 1) dest.Append('/');
+  if (!LApplicationGetFolder(dest)) return false;
+  if (dest.Length() > 1) dest.Append('/');
   dest.Append(kResources);
-  return isKnown;
+  return true;
 }
 
 bool LLibraryGetPath(char* dest) {

@@ -13,14 +13,17 @@ namespace {
 class FileActions {
  public:
   explicit FileActions(const ChildProgram& program) {
-    posix_spawn_file_actions_init(&actions_);
+    error_ = posix_spawn_file_actions_init(&actions_);
     Put(program.input, STDIN_FILENO);
     Put(program.output, STDOUT_FILENO);
     Put(program.errors, STDERR_FILENO);
     // An extension that some systems have. Where it is missing, what the process opened without
     // close-on-exec is inherited.
 #ifdef __GLIBC__
-    posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+#if __GLIBC_PREREQ(2, 34)
+    if (error_ == 0)
+      error_ = posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+#endif
 #endif
   }
   ~FileActions() {
@@ -29,15 +32,22 @@ class FileActions {
   FileActions(const FileActions&) = delete;
   FileActions& operator=(const FileActions&) = delete;
 
+  /// The error number, when they are not whole for want of memory: the program would then have
+  /// descriptors of this process.
+  [[nodiscard]] int Error() const {
+    return error_;
+  }
   [[nodiscard]] const posix_spawn_file_actions_t* Get() const {
     return &actions_;
   }
 
  private:
   void Put(int descriptor, int number) {
-    if (descriptor >= 0) posix_spawn_file_actions_adddup2(&actions_, descriptor, number);
+    if (descriptor >= 0 && error_ == 0)
+      error_ = posix_spawn_file_actions_adddup2(&actions_, descriptor, number);
   }
 
+  int error_ = 0;
   posix_spawn_file_actions_t actions_;
 };
 
@@ -71,6 +81,7 @@ class Attributes {
 int StartChildProgram(const ChildProgram& program, int& pid) {
   if (program.arguments == nullptr || program.arguments[0] == nullptr) return EINVAL;
   const FileActions actions(program);
+  if (actions.Error() != 0) return actions.Error();
   const Attributes attributes(program);
   return posix_spawnp(&pid, program.arguments[0], actions.Get(), attributes.Get(),
                       const_cast<char* const*>(program.arguments), environ);

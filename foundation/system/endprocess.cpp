@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <chrono>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -62,6 +63,26 @@ class Target {
   UniqueFd handle_;
   ProcessEntry entry_;
 };
+
+/// Whether it lies not with a process that it was not seen.
+bool IsShortage(int error) {
+  return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
+/// Adds what has the number, if that runs and has the name, which may be null for any. False when
+/// it could not be looked at; `errno` tells.
+bool AddTarget(int pid, const char* name, std::vector<Target>& targets) {
+  Target target(pid);
+  if (!target.Exists()) return !IsShortage(errno);
+  if (name == nullptr || target.Entry().name == name) targets.push_back(std::move(target));
+  return true;
+}
+
+int CannotLook(LProcessInterface& process, int error) {
+  process.SetErrorF("Cannot look for processes: %s",
+                    std::generic_category().message(error).c_str());
+  return 2;
+}
 
 bool MayBeEnded(int pid) {
   return pid > 1 && pid != getpid();
@@ -131,11 +152,13 @@ class Ending {
 int LEndProcess(LProcessInterface& process, const char* name, unsigned int timeoutMs) {
   std::vector<Target> targets;
   ProcessEntry entry;
-  for (const int pid : ListProcesses()) {
+  const std::vector<int> pids = ListProcesses();
+  if (pids.empty()) return CannotLook(process, errno);
+  for (const int pid : pids) {
+    if (!MayBeEnded(pid)) continue;
     // Looked at twice, so that not every process is opened.
-    if (!MayBeEnded(pid) || !ReadProcess(pid, entry) || entry.name != name) continue;
-    Target target(pid);
-    if (target.Exists() && target.Entry().name == name) targets.push_back(std::move(target));
+    const bool mayBeMeant = ReadProcess(pid, entry) ? entry.name == name : IsShortage(errno);
+    if (mayBeMeant && !AddTarget(pid, name, targets)) return CannotLook(process, errno);
   }
   return Ending(process, std::move(targets)).Run(timeoutMs);
 }
@@ -146,7 +169,6 @@ int LEndProcessByPid(LProcessInterface& process, int pid, unsigned int timeoutMs
     return 3;
   }
   std::vector<Target> targets;
-  Target target(pid);
-  if (target.Exists()) targets.push_back(std::move(target));
+  if (!AddTarget(pid, nullptr, targets)) return CannotLook(process, errno);
   return Ending(process, std::move(targets)).Run(timeoutMs);
 }

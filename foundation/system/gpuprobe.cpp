@@ -35,7 +35,9 @@ std::optional<GpuProbeAnswer> RunGpuProbe(LProcessInterface& process, const std:
   int status = -1;
   if (LRunProgram(process, arguments, streams, timeout, &status) != 0) return std::nullopt;
   std::vector<std::string> lines = Split({output.Text(), output.Length()}, '\n');
-  if (status != 0 || lines.empty() || lines.back() != "end") {
+  // Where the host takes the status away, the last line alone tells.
+  const bool hasFailed = status != 0 && status != -1;
+  if (hasFailed || lines.empty() || lines.back() != "end") {
     process.SetErrorF("The graphics drivers gave no answer (exit status %d).", status);
     return std::nullopt;
   }

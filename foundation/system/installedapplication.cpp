@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "foundation/files/pathtext.h"
 #include "foundation/store/xmldocument.h"
@@ -12,6 +14,12 @@
 namespace {
 
 constexpr std::string_view kExtension = ".desktop";
+
+/// Opening anything else may take for ever, or what it has.
+bool IsRegularFile(const std::string& path) {
+  std::error_code failure;
+  return std::filesystem::is_regular_file(path, failure);
+}
 
 struct DesktopEntry {
   std::string type, name, icon, exec, tryExec;
@@ -98,7 +106,8 @@ void ReadVersion(const std::string& folder, const std::string& id, char* version
     LXMLDocument description;
     char error[260];
     const std::string path = std::string(folder).append("/metainfo/").append(name);
-    if (*version != '\0' || description.LoadFromFile(process, path.c_str(), error) != 0) continue;
+    if (*version != '\0' || !IsRegularFile(path)) continue;
+    if (description.LoadFromFile(process, path.c_str(), error) != 0) continue;
     CopyPath(version, NewestRelease(description));
   }
 }
@@ -107,8 +116,8 @@ bool FindByDesktopFile(const std::string& id, LInstalledApplication& application
   for (const std::string& folder : DataFolders()) {
     const std::string path =
         std::string(folder).append("/applications/").append(id).append(kExtension);
+    if (!IsRegularFile(path)) continue;
     std::ifstream file(path);
-    if (!file) continue;
     const DesktopEntry entry = ReadEntry(file);
     if (entry.isHidden) return false;
     const std::string program = ProgramOf(entry);

@@ -14,6 +14,8 @@ namespace {
 // What pkexec(1) exits with when it has not run the program.
 constexpr int kDismissed = 126;
 constexpr int kFailed = 127;
+// What LRunProgram gives when somebody else in this process has taken the status.
+constexpr int kUnknown = -1;
 
 bool Contains(const LStringLongTemplate<char>& output, std::string_view text) {
   return std::string_view(output.Text(), output.Length()).find(text) != std::string_view::npos;
@@ -21,10 +23,13 @@ bool Contains(const LStringLongTemplate<char>& output, std::string_view text) {
 
 // It says these in English always.
 LAdministratorResult ResultOf(int exitStatus, const LStringLongTemplate<char>& output) {
-  if (exitStatus != kDismissed && exitStatus != kFailed) return LAdministratorDone;
+  const bool mayBeItsOwn =
+      exitStatus == kDismissed || exitStatus == kFailed || exitStatus == kUnknown;
+  if (!mayBeItsOwn) return LAdministratorDone;
   if (!Contains(output, "Error executing command as another user:"))
     return exitStatus == kFailed ? LAdministratorFailed : LAdministratorDone;
-  if (exitStatus == kDismissed) return LAdministratorDismissed;
+  if (exitStatus == kDismissed || Contains(output, "Request dismissed"))
+    return LAdministratorDismissed;
   if (Contains(output, "No authentication agent")) return LAdministratorNobodyAsks;
   return Contains(output, "Not authorized") ? LAdministratorRefused : LAdministratorFailed;
 }

@@ -12,7 +12,7 @@
 /// \file
 /// The processes that run on this computer, as far as this one may see them: in a container those
 /// in it, on some systems only the user's own. Zombies, which have ended, and threads of the system
-/// itself are none.
+/// itself are none. Where there are no descriptors left to look with, none is seen.
 ///
 /// **Names.** A process has the name of the file that it executes, whatever it calls itself, in
 /// full, letter for letter. So a script has the name of its interpreter. Of other users' processes
@@ -71,7 +71,9 @@ ZORVEX_API bool LFindProcess(const char* name, LProcessInformation& information)
 ///
 /// - 0: none runs any more, or none did.
 /// - 1: a stop was requested. Those that were asked may still end.
-/// - 2: one still runs a second after it was killed. SetError of the interface tells which.
+/// - 2: one still runs a second after it was killed; SetError of the interface tells which. Or
+/// there
+///   were no descriptors left to find all and to hold on to them; then none was asked.
 /// - 3: one may not be ended by this user; the others have ended, or were killed. Told likewise.
 ///
 /// Processes of other users are not spared if this one may end them, as root may. Never ended are
@@ -81,7 +83,7 @@ ZORVEX_API bool LFindProcess(const char* name, LProcessInformation& information)
 ZORVEX_API int LEndProcess(LProcessInterface& process, const char* name, unsigned int timeoutMs);
 
 /// The same for the process with that number, which is as good as the caller's knowledge of it. 0
-/// also when there is none; 3 for this process and the first one.
+/// also when there is none; 3 for this process, the first one, and numbers below that.
 ZORVEX_API int LEndProcessByPid(LProcessInterface& process, int pid, unsigned int timeoutMs);
 
 #endif  // ZORVEX_FOUNDATION_SYSTEM_PROCESSLIST_H

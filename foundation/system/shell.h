@@ -26,7 +26,8 @@
 /// that they started and for no other. A host that waits for any child, or ignores SIGCHLD, takes
 /// the status away from them: it is then unknown. A SIGCHLD arrives for each.
 ///
-/// Texts and lists are borrowed for the call. Any thread may call anything here.
+/// Texts and lists are borrowed for the call. Any thread may call anything here, as long as none
+/// changes the environment meanwhile.
 
 /// Runs a command and waits for it, without a limit. Its input and output are those of this
 /// process. True when it ended with status 0; false also when it could not be started or its status

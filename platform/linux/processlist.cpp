@@ -161,6 +161,7 @@ bool ReadProcess(int pid, ProcessEntry& entry) {
   constexpr int kParent = 4;
   constexpr int kFlags = 9;
   constexpr int kStart = 22;
+  errno = 0;
   const ProcessFolder folder(pid);
   const StatLine stat(folder.ReadHead("stat"));
   const StatusLines status(folder.ReadHead("status"));

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
@@ -97,6 +98,7 @@ TEST_F(ApplicationTest, InstalledApplications) {
   write("org.Player", "# x\nExec=wrong\n" + entry +
                           " Name = The\\sPlayer \r\nName[de]=Abspieler\nExec=player --new %U\n"
                           "Icon=player\n[Desktop Action X]\nExec=other\n");
+  mkfifo((root_ / "share/applications/pipe.desktop").c_str(), 0600);
   write("quoted",
         entry + "Exec=\"" + root_.string() + "/bin/with\\\\ space\" %f\nTryExec=player\n");
   write("unrunnable", entry + "Exec=data\n");
@@ -128,6 +130,7 @@ TEST_F(ApplicationTest, InstalledApplications) {
       {"absent", nullptr},
       {"link", nullptr},
       {"broken", nullptr},
+      {"pipe", nullptr},
       {"hidden", nullptr},
       {"data", nullptr},
       {"../bin/player", nullptr},

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/system/gpu.h"
 
+#include <signal.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -139,6 +141,10 @@ TEST_F(GpuTest, DriversThatMisbehaveAreOnlyNoAnswer) {
   }
   LProcessInterfaceVoid process;
   EXPECT_FALSE(RunGpuProbe(process, root_ / "absent", "vulkan", 60000));
+  signal(SIGCHLD, SIG_IGN);
+  const fs::path whole = Write("probe", "#!/bin/sh\necho end\n");
+  EXPECT_TRUE(RunGpuProbe(process, whole, "vulkan", 60000)) << "its status is unknown";
+  signal(SIGCHLD, SIG_DFL);
 }
 
 TEST_F(GpuTest, TheDriversOfThisMachineAnswer) {

@@ -2,6 +2,7 @@
 #include "foundation/system/processlist.h"
 
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -15,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include "foundation/system/shell.h"
+#include "platform/uniquefd.h"
 #include "tests/foundation/system/stoppableprocess.h"
 
 namespace {
@@ -121,6 +123,25 @@ TEST_F(ProcessListTest, EndingEndsAllOfTheNameAndAsksFirst) {
   EXPECT_FALSE(LFindProcess(name.c_str(), found));
   EXPECT_EQ(LEndProcessByPid(process, found.pid, 50), 0);
   EXPECT_EQ(process.last, "");
+}
+
+TEST_F(ProcessListTest, AShortageOfDescriptorsIsNotTheEndOfAProcess) {
+  ASSERT_TRUE(Run());
+  ASSERT_TRUE(LFindProcess(name.c_str(), found));
+  rlimit before = {};
+  getrlimit(RLIMIT_NOFILE, &before);
+  const UniqueFd lowest(dup(STDERR_FILENO));
+  // None, and one, which is enough for the list alone.
+  for (const int left : {0, 1}) {
+    const rlimit few = {static_cast<rlim_t>(lowest.Get() + 1 + left), before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
+    process.last.clear();
+    EXPECT_EQ(LEndProcess(process, name.c_str(), 0), 2) << left;
+    EXPECT_EQ(LEndProcessByPid(process, found.pid, 0), 2) << left;
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_TRUE(process.last.starts_with("Cannot look")) << process.last;
+  }
+  EXPECT_EQ(LEndProcess(process, name.c_str(), 60000), 0);
 }
 
 TEST_F(ProcessListTest, NeverEndsItselfNorTheFirst) {

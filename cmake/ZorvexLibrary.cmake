@@ -69,19 +69,19 @@ set(ZORVEX_PUBLIC_HEADERS
   foundation/store/xmlelement.h
   foundation/store/xmlloader.h
   foundation/store/xmlsettings.h
+  foundation/system/administrator.h
   foundation/system/application.h
   foundation/system/commandline.h
   foundation/system/desktop.h
   foundation/system/gpu.h
   foundation/system/locale.h
   foundation/system/memory.h
-  foundation/system/administrator.h
   foundation/system/processlist.h
   foundation/system/shell.h
-  foundation/system/users.h
   foundation/system/tcp.h
-  foundation/system/versions.h
   foundation/system/unixapp.h
+  foundation/system/users.h
+  foundation/system/versions.h
   foundation/text/charsets.h
   foundation/text/codepages.h
   foundation/text/stringformat.h

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/files/childwait.h"
 
-#include <pthread.h>
-#include <signal.h>
 #include <sys/wait.h>
 
 #include <cerrno>
@@ -13,6 +11,8 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+
+#include "foundation/threads/signalsblocked.h"
 
 namespace {
 
@@ -46,22 +46,6 @@ class Outcome {
   std::mutex mutex_;
   std::condition_variable isSet_;
   std::optional<int> status_;
-};
-
-/// The signals of the process are for its own threads.
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before_);
-  }
-  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
- private:
-  sigset_t before_;
 };
 
 template <typename Call>

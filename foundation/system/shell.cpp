@@ -2,7 +2,6 @@
 #include "foundation/system/shell.h"
 
 #include <pthread.h>
-#include <signal.h>
 
 #include <condition_variable>
 #include <mutex>
@@ -10,6 +9,7 @@
 
 #include "foundation/system/childpipe.h"
 #include "foundation/system/childprogram.h"
+#include "foundation/threads/signalsblocked.h"
 
 namespace {
 
@@ -27,14 +27,11 @@ class DetachedStart {
   }
 
  private:
-  // The signals of the process are for its own threads. The stack is small: it counts in processes
-  // that lock their memory, and stays as long as the program runs.
+  // The stack is small: it counts in processes that lock their memory, and stays as long as the
+  // program runs.
   bool MakeThread() {
     constexpr std::size_t kStack = std::size_t{256} * 1024;
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
+    const SignalsBlocked blocked;
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
@@ -42,7 +39,6 @@ class DetachedStart {
     pthread_t thread = {};
     const bool isMade = pthread_create(&thread, &attributes, StartAndWait, this) == 0;
     pthread_attr_destroy(&attributes);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return isMade;
   }
 

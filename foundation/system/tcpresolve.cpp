@@ -2,8 +2,6 @@
 #include "foundation/system/tcpresolve.h"
 
 #include <netdb.h>
-#include <pthread.h>
-#include <signal.h>
 
 #include <algorithm>
 #include <atomic>
@@ -14,6 +12,7 @@
 #include <thread>
 
 #include "foundation/system/tcperror.h"
+#include "foundation/threads/signalsblocked.h"
 
 namespace {
 
@@ -61,22 +60,6 @@ struct PendingLookup {
     isDone = true;
     done.Signal();
   }
-};
-
-/// The signals of the process are for its own threads.
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before_);
-  }
-  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
- private:
-  sigset_t before_;
 };
 
 int ResolveName(LProcessInterface& process, const std::string& host, const TcpDeadline& deadline,

@@ -2,14 +2,18 @@
 #include "foundation/store/datfilenative.h"
 
 #include <pthread.h>
-#include <signal.h>
 #include <sys/time.h>
 
+#include <chrono>
+#include <mutex>
 #include <new>
+#include <thread>
 
 namespace {
 
 constexpr std::uint32_t kLongestIdle = 600000;  // ms: ten minutes
+// Others that hold locks of files are waited for a second each; more is a file that hangs.
+constexpr std::chrono::seconds kLongestEnd{10};
 
 // Not destroyed with the other static objects: see gDatFileNativeSystem.
 union Lasting {
@@ -19,37 +23,18 @@ union Lasting {
 };
 constinit Lasting lasting;
 
-sigset_t maskBeforeFork;  // guarded by the lock
-
-// Nobody is in the middle of the cache, or holds a file's lock, while the process forks. The
-// signals whose handlers exit wait until that is over: End would wait for the lock for ever.
-void HoldForFork() {
-  sigset_t exiting;
-  sigset_t mask;
-  sigemptyset(&exiting);
-  sigaddset(&exiting, SIGINT);
-  sigaddset(&exiting, SIGTERM);
-  pthread_sigmask(SIG_BLOCK, &exiting, &mask);
-  gDatFileNativeSystem.Lock();
-  maskBeforeFork = mask;
-}
-
-void ReleaseAfterFork() {
-  const sigset_t mask = maskBeforeFork;
-  gDatFileNativeSystem.Unlock();
-  pthread_sigmask(SIG_SETMASK, &mask, nullptr);
-}
-
 // What a process does of its own accord with its dat files: it writes changes when it exits, but in
 // a child those of the parent only if asked to, or both would write them, the later one over what
-// others wrote meanwhile.
+// others wrote meanwhile. Nobody is in the middle of the cache, or holds a file's lock, while the
+// process forks.
 class ProcessHooks {
  public:
   ProcessHooks() {
-    pthread_atfork(HoldForFork, ReleaseAfterFork, [] {
-      gDatFileNativeSystem.BelongToParent();
-      ReleaseAfterFork();
-    });
+    pthread_atfork([] { gDatFileNativeSystem.Lock(); }, [] { gDatFileNativeSystem.Unlock(); },
+                   [] {
+                     gDatFileNativeSystem.BelongToParent();
+                     gDatFileNativeSystem.Unlock();
+                   });
   }
   ~ProcessHooks() { gDatFileNativeSystem.End(); }
   ProcessHooks(const ProcessHooks&) = delete;
@@ -61,6 +46,42 @@ const ProcessHooks processHooks;
 
 constinit LDatFileNativeSystem& gDatFileNativeSystem = lasting.system;
 
+class LDatFileNativeSystem::Guard {
+ public:
+  explicit Guard(LDatFileNativeSystem& system) : system_(system) { system_.Lock(); }
+  /// For who has locked it.
+  Guard(LDatFileNativeSystem& system, std::adopt_lock_t) : system_(system) {}
+  ~Guard() { system_.Unlock(); }
+  Guard(const Guard&) = delete;
+  Guard& operator=(const Guard&) = delete;
+
+ private:
+  LDatFileNativeSystem& system_;
+};
+
+void LDatFileNativeSystem::Lock() {
+  mutex_.lock();
+  owner_.store(pthread_self(), std::memory_order_relaxed);
+}
+
+bool LDatFileNativeSystem::LockToEnd() {
+  // The signal came to the owner, who does not go on. Only the thread itself writes its number
+  // there.
+  if (owner_.load(std::memory_order_relaxed) == pthread_self()) return false;
+  const auto end = std::chrono::steady_clock::now() + kLongestEnd;
+  while (!mutex_.try_lock()) {
+    if (std::chrono::steady_clock::now() >= end) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  owner_.store(pthread_self(), std::memory_order_relaxed);
+  return true;
+}
+
+void LDatFileNativeSystem::Unlock() {
+  owner_.store(pthread_t{}, std::memory_order_relaxed);
+  mutex_.unlock();
+}
+
 std::uint32_t LDatFileNativeSystem::Now() {
   timeval now = {};
   gettimeofday(&now, nullptr);
@@ -70,7 +91,7 @@ std::uint32_t LDatFileNativeSystem::Now() {
 
 void LDatFileNativeSystem::SetValue(const char* path, const char* section, const char* name,
                                     const char* value) {
-  const std::lock_guard guard(mutex_);
+  const Guard guard(*this);
   LDatFileNativeFile& file = FindOrAdd(path);
   file.SetValue(section, name, value);
   if (hasEnded_) file.SaveIfUnsaved();
@@ -78,17 +99,17 @@ void LDatFileNativeSystem::SetValue(const char* path, const char* section, const
 
 void LDatFileNativeSystem::GetValue(const char* path, const char* section, const char* name,
                                     const char* defaultValue, char* out) {
-  const std::lock_guard guard(mutex_);
+  const Guard guard(*this);
   FindOrAdd(path).GetValue(section, name, defaultValue, out);
 }
 
 void LDatFileNativeSystem::Flush(const char* path) {
-  const std::lock_guard guard(mutex_);
+  const Guard guard(*this);
   if (LDatFileNativeFile* const file = Find(path)) file->SaveIfUnsaved();
 }
 
 void LDatFileNativeSystem::Flush() {
-  const std::lock_guard guard(mutex_);
+  const Guard guard(*this);
   const std::uint32_t now = Now();
   const auto isIdle = [now](const LDatFileNativeFile& file) {
     return file.IdleAt(now) >= kLongestIdle;
@@ -104,7 +125,8 @@ void LDatFileNativeSystem::Flush() {
 }
 
 void LDatFileNativeSystem::End() {
-  const std::lock_guard guard(mutex_);
+  if (!LockToEnd()) return;
+  const Guard guard(*this, std::adopt_lock);
   hasEnded_ = true;
   for (LDatFileNativeFile& file : files_) {
     if (!file.HasUnsavedChangesOfOurs()) continue;

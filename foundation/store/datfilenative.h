@@ -2,6 +2,9 @@
 #ifndef ZORVEX_FOUNDATION_STORE_DATFILENATIVE_H
 #define ZORVEX_FOUNDATION_STORE_DATFILENATIVE_H
 
+#include <pthread.h>
+
+#include <atomic>
 #include <ctime>
 #include <mutex>
 
@@ -149,12 +152,14 @@ class LDatFileNativeSystem {
   void Flush();
 
   /// Writes the files with unsaved changes and frees the cache. It can be used on; from then on no
-  /// change waits for a later write.
+  /// change waits for a later write. Does nothing when another thread is busy here for ten seconds,
+  /// and when a signal's handler ends the process while the same thread is: it would wait for
+  /// itself.
   void End();
 
   /// Around fork.
-  void Lock() { mutex_.lock(); }
-  void Unlock() { mutex_.unlock(); }
+  void Lock();
+  void Unlock();
   void BelongToParent();
 
   /// The cached file of that path, null if there is none.
@@ -166,7 +171,11 @@ class LDatFileNativeSystem {
  private:
   LDatFileNativeFile& FindOrAdd(const char* path);
 
+  class Guard;
+  bool LockToEnd();
+
   std::mutex mutex_;
+  std::atomic<pthread_t> owner_ = pthread_t{};  // who holds the mutex
   LList<LDatFileNativeFile> files_;
 
   bool hasEnded_ = false;

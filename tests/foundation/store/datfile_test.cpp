@@ -363,6 +363,19 @@ int StatusOf(pid_t process) {
   return status;
 }
 
+TEST_F(DatFileTest, ASignalInTheMiddleOfAReadEndsTheProcess) {
+  Write("[S]\na=1\n");
+  const int other = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+  flock(other, LOCK_EX);
+  const pid_t reader = Start([&] { return Get("S", "a") == "no signal"; });
+  usleep(200'000);  // it waits for the lock for a second
+  kill(reader, SIGTERM);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(StatusOf(reader), 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 8s);
+  close(other);
+}
+
 TEST_F(DatFileTest, GoesOnWithoutALockThatIsNeverReleased) {
   const auto lock = [&] {
     const int other = open(path_.c_str(), O_RDONLY | O_CLOEXEC);

@@ -3,7 +3,6 @@
 #include <gst/video/video.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <condition_variable>
 #include <filesystem>
@@ -21,6 +20,7 @@
 #include "platform/simulated/simulateddeck.h"
 #include "platform/simulated/simulatedsource.h"
 #include "platform/simulated/tapedrives.h"
+#include "tests/support/foldertest.h"
 
 namespace {
 
@@ -28,19 +28,15 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using Bytes = std::vector<std::uint8_t>;
 
-class SimulatedDvTest : public testing::Test {
+class SimulatedDvTest : public FolderTest {
  protected:
+  std::string Path(const std::string& name) const { return root_ / name; }
   static void SetUpTestSuite() { gst_init(nullptr, nullptr); }
   void SetUp() override {
     if (std::system("ffmpeg -version > /dev/null 2>&1") != 0) {
       GTEST_SKIP() << "makes its tapes with ffmpeg: install the package ffmpeg";
     }
-    folder_ = fs::path(testing::TempDir()) / ("zorvex-dv-" + std::to_string(getpid()));
-    fs::create_directory(folder_);
   }
-  void TearDown() override { fs::remove_all(folder_); }
-
-  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
   void Run(const std::string& arguments) const {
     ASSERT_EQ(std::system(("ffmpeg -v error -y " + arguments).c_str()), 0) << arguments;
   }
@@ -62,8 +58,6 @@ class SimulatedDvTest : public testing::Test {
         .write(reinterpret_cast<const char*>(bytes.data()),
                static_cast<std::streamsize>(bytes.size()));
   }
-
-  fs::path folder_;
 };
 
 /// A capture from a tape, which is played as a test says, until the tape has stopped.

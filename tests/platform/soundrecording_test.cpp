@@ -4,12 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <span>
 #include <string>
 #include <thread>
 
+#include "tests/support/foldertest.h"
 #include "tests/support/framecounter.h"
 #include "tests/support/movie.h"
 #include "tests/support/soundcollector.h"
@@ -33,16 +33,9 @@ std::string Pictures(const std::string& more = {}) {
 }
 const std::string kStereo = "format=S16LE,rate=48000,channels=2";
 
-class SoundRecording : public testing::Test {
+class SoundRecording : public FolderTest {
  protected:
-  SoundRecording() {
-    std::string pattern = (fs::temp_directory_path() / "zorvex-sound-XXXXXX").string();
-    folder_ = mkdtemp(pattern.data());
-  }
-  ~SoundRecording() override { fs::remove_all(folder_); }
-
-  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
-
+  std::string Path(const std::string& name) const { return root_ / name; }
   /// Records the devices of a platform for a while, with the microphone where one is named.
   void Record(const char* device, const char* microphone, const std::string& path,
               std::chrono::milliseconds time) {
@@ -59,8 +52,6 @@ class SoundRecording : public testing::Test {
     std::this_thread::sleep_for(time);
     StopAndRelease(handle);
   }
-
-  fs::path folder_;
 };
 
 TEST_F(SoundRecording, EveryContainerHoldsPicturesAndSound) {

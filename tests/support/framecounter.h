@@ -6,30 +6,35 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <string>
-#include <thread>
 
 #include "capture/zorvex.h"
 
-/// A host's side of a capture: counts the frames, and lets the test wait for them.
+/// A host's side of a capture: counts the frames, keeps what the latest was, and lets the test wait
+/// for them.
 struct FrameCounter {
   std::mutex mutex;
   std::condition_variable changed;
   int frames = 0;
-  unsigned long handle = 0;                    ///< for callbacks of the test's own
-  std::chrono::milliseconds callBackTakes{0};  ///< how slow the callback is
+  unsigned int pixelFormat = 0;
+  unsigned long width = 0, height = 0, bytesPerRow = 0;
+  /// What the callback does before it counts; set before the start.
+  std::function<void(const unsigned char* pixels)> inCallBack;
 
-  static void OnFrame(unsigned char const*, unsigned int, unsigned long, unsigned long,
-                      unsigned long, SMPTETime const*, long data) {
+  static void OnFrame(unsigned char const* pixels, unsigned int pixelFormat, unsigned long width,
+                      unsigned long height, unsigned long bytesPerRow, SMPTETime const*,
+                      long data) {
     auto& counter = *reinterpret_cast<FrameCounter*>(data);
-    std::this_thread::sleep_for(counter.callBackTakes);
-    counter.Count();
-  }
-  void Count() {
-    const std::lock_guard lock(mutex);
-    ++frames;
-    changed.notify_all();
+    if (counter.inCallBack) counter.inCallBack(pixels);
+    const std::lock_guard lock(counter.mutex);
+    ++counter.frames;
+    counter.pixelFormat = pixelFormat;
+    counter.width = width;
+    counter.height = height;
+    counter.bytesPerRow = bytesPerRow;
+    counter.changed.notify_all();
   }
   bool WaitForFrames(int count) {
     std::unique_lock lock(mutex);
@@ -41,10 +46,17 @@ struct FrameCounter {
   }
 };
 
-inline bool Start(unsigned long handle, ZRVXVideoCallBack callBack, FrameCounter& counter,
-                  const std::string& movie = {}) {
-  return ZRVXDeviceStartCapture(handle, callBack, reinterpret_cast<long>(&counter), 0, 0, 0,
-                                nullptr, 0, 0, 0, 0, 0, movie.empty() ? nullptr : movie.c_str());
+inline bool Start(unsigned long handle, FrameCounter& counter, const std::string& movie = {},
+                  unsigned int format = 0, unsigned long width = 0, unsigned long height = 0) {
+  return ZRVXDeviceStartCapture(handle, FrameCounter::OnFrame, reinterpret_cast<long>(&counter),
+                                format, width, height, nullptr, 0, 0, 0, 0, 0,
+                                movie.empty() ? nullptr : movie.c_str());
+}
+
+inline unsigned long OpenDevice(const std::string& name) {
+  const unsigned long handle = ZRVXDeviceGet(name.c_str(), ZRVXDeviceMediaTypeVideo);
+  EXPECT_TRUE(ZRVXDeviceOpen(handle)) << name;
+  return handle;
 }
 
 inline void StopAndRelease(unsigned long handle) {

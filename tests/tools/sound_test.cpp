@@ -12,6 +12,7 @@
 #include <fstream>
 #include <random>
 
+#include "tests/support/foldertest.h"
 #include "tools/exitcode.h"
 #include "tools/soundlog.h"
 #include "tools/wavfile.h"
@@ -129,17 +130,12 @@ TEST(SoundLog, TellsLostSoundFromLateSound) {
   }
 }
 
-/// A folder of its own for each test, with ffmpeg in reach.
-class WavFileTest : public testing::Test {
+class WavFileTest : public FolderTest {
  protected:
   void SetUp() override {
     if (Output("ffmpeg -version").empty()) GTEST_SKIP() << "needs ffmpeg";
-    folder_ = mkdtemp((fs::temp_directory_path() / "wavfile-test-XXXXXX").string().data());
   }
-  ~WavFileTest() override { fs::remove_all(folder_); }
-  std::string File() const { return folder_ + "/a.wav"; }
-
-  std::string folder_;
+  std::string File() const { return root_ / "a.wav"; }
 };
 
 TEST_F(WavFileTest, IsCompleteAfterEachPiece) {
@@ -201,7 +197,7 @@ TEST_F(WavFileTest, AFullDiskKeepsWhatFits) {
   setrlimit(RLIMIT_FSIZE, &large);
   const std::string raw = Output("ffmpeg -v error -xerror -i '" + File() + "' -f u8 -");
   EXPECT_EQ(raw.size(), 2501u);
-  EXPECT_THROW(WavFile(folder_ + "/none/a.wav", format), Failure);
+  EXPECT_THROW(WavFile(root_ / "none/a.wav", format), Failure);
 }
 
 }  // namespace

@@ -343,7 +343,7 @@ TEST_F(ZvcapTest, SignalsDoWhatTheyDoToAnyCommand) {
   const std::string unread =
       "set -o pipefail; { read x <$F/go; exec " ZVCAP " devices; } | { exec <&-; echo >$F/go; }'";
   Execute("mkfifo $F/go");
-  EXPECT_EQ(Execute("bash -c '" + unread).code, 128 + SIGPIPE);
+  EXPECT_EQ(Execute("env --default-signal=PIPE bash -c '" + unread).code, 128 + SIGPIPE);
   EXPECT_NE(Execute("bash -c 'trap \"\" PIPE; " + unread).code, 128 + SIGPIPE);
   const Outcome inBackground =
       Execute("trap '' INT; " ZVCAP

@@ -4,30 +4,25 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
 #include <string>
-
-#include <gtest/gtest.h>
+#include <tuple>
 
 #include "foundation/system/pkexec.h"
 #include "tests/foundation/system/stoppableprocess.h"
+#include "tests/support/foldertest.h"
 
 namespace {
 
-struct AdministratorTest : testing::Test {
-  ~AdministratorTest() override { std::filesystem::remove(fake); }
-
+struct AdministratorTest : FolderTest {
   /// Runs it through a script that is called as pkexec is.
   int RunThrough(const std::string& script, const char* const* arguments) {
-    std::ofstream(fake) << "#!/bin/sh\ntest \"$1\" = --disable-internal-agent || exit 99; shift\n"
-                        << script;
-    std::filesystem::permissions(fake, std::filesystem::perms::owner_all);
+    const std::string head =
+        "#!/bin/sh\ntest \"$1\" = --disable-internal-agent || exit 99; shift\n";
+    const std::string fake = Write("pkexec", head + script, true);
     status = -1;
     return RunThroughPkexec(process, fake.c_str(), arguments, output, status);
   }
 
-  const std::string fake = "/tmp/pkexec-test-" + std::to_string(getpid());
   StoppableProcess process;
   LStringLongTemplate<char> output;
   int status = -1;
@@ -35,11 +30,7 @@ struct AdministratorTest : testing::Test {
 
 TEST_F(AdministratorTest, TellsWhyTheProgramWasNotRun) {
   const std::string error = "echo 'Error executing command as another user: ";
-  const struct {
-    std::string script;
-    int result, status;
-    bool isTold;
-  } rows[] = {
+  const std::tuple<std::string, int, int, bool> rows[] = {
       {"exec \"$@\"", LAdministratorDone, 0, false},
       {error + "Request dismissed' >&2; exit 126", LAdministratorDismissed, -1, false},
       {error + "Not authorized' >&2; echo; echo This incident has been reported.; exit 127",
@@ -51,20 +42,18 @@ TEST_F(AdministratorTest, TellsWhyTheProgramWasNotRun) {
       {error + "Not authorized'; exit 1", LAdministratorDone, 1, false},
   };
   const char* const arguments[] = {"/usr/bin/printf", "%s|", "", "$(ls)\n\xff a", "", nullptr};
-  for (const auto& row : rows) {
+  for (const auto& [script, result, expectedStatus, isTold] : rows) {
     process.last.clear();
-    EXPECT_EQ(RunThrough(row.script, arguments), row.result) << row.script;
-    EXPECT_EQ(status, row.status) << row.script;
-    EXPECT_EQ(!process.last.empty(), row.isTold) << process.last;
-    if (row.status == 0) {
-      EXPECT_STREQ(output.Text(), "|$(ls)\n\xff a||");
-    }
+    EXPECT_EQ(RunThrough(script, arguments), result) << script;
+    EXPECT_EQ(status, expectedStatus) << script;
+    EXPECT_EQ(!process.last.empty(), isTold) << process.last;
+    EXPECT_TRUE(status != 0 || output.Text() == std::string("|$(ls)\n\xff a||")) << output.Text();
   }
   // What was refused does not count as done where the host takes the status away.
   signal(SIGCHLD, SIG_IGN);
-  for (const auto& row : rows) {
-    if (row.script.starts_with(error) && row.result != LAdministratorDone) {
-      EXPECT_EQ(RunThrough(row.script, arguments), row.result) << row.script;
+  for (const auto& [script, result, expectedStatus, isTold] : rows) {
+    if (script.starts_with(error) && result != LAdministratorDone) {
+      EXPECT_EQ(RunThrough(script, arguments), result) << script;
     }
   }
   signal(SIGCHLD, SIG_DFL);

@@ -7,62 +7,37 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "foundation/files/file.h"
 #include "foundation/system/versions.h"
 #include "platform/application.h"
 #include "platform/uniquefd.h"
+#include "tests/support/foldertest.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class ApplicationTest : public testing::Test {
- protected:
-  ApplicationTest() {
-    std::string name = "/tmp/application-XXXXXX";
-    root_ = mkdtemp(name.data());
-  }
-  ~ApplicationTest() override { fs::remove_all(root_); }
-
-  void Write(const fs::path& path, const std::string& text, bool isProgram = false) {
-    fs::create_directories((root_ / path).parent_path());
-    std::ofstream(root_ / path) << text;
-    if (isProgram) fs::permissions(root_ / path, fs::perms::all);
-  }
-
-  fs::path root_;
-};
+using ApplicationTest = FolderTest;
 
 TEST_F(ApplicationTest, TheRunningProgramItsFolderAndItsResources) {
   const fs::path program = fs::read_symlink("/proc/self/exe");
   char text[260];
   LStringLongTemplate<char> string = "something that is longer than what it is replaced by";
-  struct {
-    bool (*fixed)(char*);
-    bool (*growing)(LStringLongTemplate<char>&);
-    std::string expected;
-  } const cases[] = {
-      {LApplicationGetPath, LApplicationGetPath, program},
-      {LApplicationGetFolder, LApplicationGetFolder, program.parent_path()},
-      {LApplicationGetResourceFolder, LApplicationGetResourceFolder,
-       program.parent_path() / "Contents/Resources"},
-      {LLibraryGetPath, LLibraryGetPath, program},  // this test has it linked into it
+  const auto expect = [&](bool isFixed, bool isGrown, const std::string& expected) {
+    EXPECT_TRUE(isFixed && isGrown);
+    EXPECT_EQ(text, expected);
+    EXPECT_EQ(string.Text(), expected);
   };
-  for (const auto& each : cases) {
-    EXPECT_TRUE(each.fixed(text) && each.growing(string));
-    EXPECT_EQ(text, each.expected);
-    EXPECT_EQ(string.Text(), each.expected);
-  }
+  const fs::path folder = program.parent_path(), resources = folder / "Contents/Resources";
+  expect(LApplicationGetPath(text), LApplicationGetPath(string), program);
+  expect(LApplicationGetFolder(text), LApplicationGetFolder(string), folder);
+  expect(LApplicationGetResourceFolder(text), LApplicationGetResourceFolder(string), resources);
+  expect(LLibraryGetPath(text), LLibraryGetPath(string), program);  // linked into this test
   utsname kernel = {};
   uname(&kernel);
   EXPECT_TRUE(LSystemGetVersionText(text));

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/system/locale.h"
 
-#include <sys/wait.h>
-#include <unistd.h>
-
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "tests/foundation/system/stoppableprocess.h"
 
 namespace {
 
@@ -19,15 +19,12 @@ struct Case {
 };
 
 // A process reads its environment once: each case has one of its own.
-std::string NamesIn(const char* environment) {
-  int ends[2];
-  if (pipe(ends) != 0) return "no pipe";
-  const pid_t child = fork();
-  if (child == 0) {
+bool IsRight(const Case& each) {
+  return InChild([&] {
     for (const char* const name : {"LC_ALL", "LC_MESSAGES", "LC_CTYPE", "LC_NUMERIC", "LC_TIME",
                                    "LC_MONETARY", "LC_COLLATE", "LANG", "LANGUAGE"})
       unsetenv(name);
-    std::istringstream settings(environment);
+    std::istringstream settings(each.environment);
     for (std::string setting; settings >> setting;)
       putenv(strdup(setting.c_str()));
     std::string names;
@@ -35,14 +32,10 @@ std::string NamesIn(const char* environment) {
       names += LGetLocale(category) + std::string(" ");
     setenv("LC_ALL", "xx_XX", 1);
     if (LGetLocale(99) != LGetLocale(0) || LGetLocale(-1) != LGetLocale(0)) names = "unknown";
-    _exit(write(ends[1], names.data(), names.size()) < 0);
-  }
-  close(ends[1]);
-  char names[512] = {};
-  EXPECT_GE(read(ends[0], names, sizeof names - 1), 0);
-  close(ends[0]);
-  waitpid(child, nullptr, 0);
-  return names;
+    EXPECT_EQ(names, each.names);
+    std::fflush(stdout);
+    return names == each.names;
+  });
 }
 
 TEST(LocaleTest, EnvironmentDecidesInTheStandardOrder) {
@@ -66,7 +59,7 @@ TEST(LocaleTest, EnvironmentDecidesInTheStandardOrder) {
        "en_US abcdefgh_XY en_US en_US ast_ES en_US "},
   };
   for (const Case& each : kCases)
-    EXPECT_EQ(NamesIn(each.environment), each.names) << each.environment;
+    EXPECT_TRUE(IsRight(each)) << each.environment;
 }
 
 }  // namespace
